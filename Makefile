@@ -1,0 +1,71 @@
+# make check    install what is missing, build (warnings are errors), run every test
+# make demo     build, then run a scripted MI session through wem against stock gdb
+# make bench    build and run the benchmarks
+# make fuzz     build and run the MI parser fuzzer for FUZZ_SECONDS
+# SANITIZE=address,undefined (or thread) builds and tests in build-<sanitizers> instead of build.
+
+SANITIZE ?=
+comma := ,
+ifeq ($(SANITIZE),)
+BUILD ?= build
+else
+BUILD ?= build-$(subst $(comma),-,$(SANITIZE))
+endif
+CTEST_ARGS ?=
+FUZZ_SECONDS ?= 60
+JOBS ?= $(shell nproc)
+
+PACKAGES := cmake ninja-build g++ make libboost-dev libboost-regex-dev bison flex \
+            libgtest-dev libgmock-dev libbenchmark-dev gdb gdbserver util-linux
+FUZZ_PACKAGES := clang libclang-rt-14-dev
+
+.PHONY: all deps build check demo bench fuzz format-check clean
+
+all: build
+
+# Installs the Debian packages that are missing, when we may (root).
+define install_missing
+	@missing=""; for p in $(1); do dpkg -s $$p >/dev/null 2>&1 || missing="$$missing $$p"; done; \
+	if [ -n "$$missing" ]; then \
+	  if [ "$$(id -u)" = 0 ]; then \
+	    echo "Installing:$$missing"; \
+	    apt-get update -qq && DEBIAN_FRONTEND=noninteractive apt-get install -y -qq $$missing >/dev/null; \
+	  else echo "Missing packages:$$missing (run as root or install them)"; exit 1; fi; \
+	fi
+endef
+
+deps:
+	$(call install_missing,$(PACKAGES))
+
+$(BUILD)/build.ninja: | deps
+	cmake -S . -B $(BUILD) -G Ninja -DWEM_SANITIZE=$(SANITIZE) -DWEM_BENCH=ON
+
+build: deps $(BUILD)/build.ninja
+	cmake --build $(BUILD) -j $(JOBS)
+
+check: build
+	cd $(BUILD) && ctest --output-on-failure -j $(JOBS) $(CTEST_ARGS)
+
+demo: build
+	@sh examples/demo.sh $(BUILD)/bin/wem
+
+bench: deps
+	cmake -S . -B build-bench -G Ninja -DCMAKE_BUILD_TYPE=Release -DWEM_BENCH=ON -DWEM_TESTS=ON
+	cmake --build build-bench -j $(JOBS)
+	@for b in build-bench/bin/bench_*; do echo "== $$b"; $$b || exit 1; done
+	@[ ! -x bench/run_session_bench.sh ] || sh bench/run_session_bench.sh build-bench
+
+fuzz: deps
+	$(call install_missing,$(FUZZ_PACKAGES))
+	CC=clang CXX=clang++ cmake -S . -B build-fuzz -G Ninja -DWEM_FUZZ=ON -DWEM_TESTS=OFF
+	cmake --build build-fuzz -j $(JOBS) --target fuzz_mi_parser
+	mkdir -p fuzz-out/corpus
+	build-fuzz/bin/fuzz_mi_parser -max_total_time=$(FUZZ_SECONDS) -max_len=4096 \
+	  fuzz-out/corpus fuzz/corpus
+
+format-check:
+	@files=$$(git ls-files '*.cc' '*.h'); clang-format --dry-run -Werror $$files
+	@! git grep -nI ' $$' -- ':!*.md' ':!tests/data/*' || (echo "trailing blanks"; exit 1)
+
+clean:
+	rm -rf build build-* fuzz-out
