@@ -1,0 +1,95 @@
+#pragma once
+#include <map>
+#include <set>
+#include <string>
+
+#include "mi/mi_record.h"
+
+class MiSession;
+
+// Every reply record to the user is followed by this prompt as a separate piece of text; only
+// "^exit" and "*stopped" records go without one.
+inline constexpr const char* kPrompt = "(gdb)\n";
+
+// One user command line. The session runs the command at the front of its queue: launchCmd,
+// then, until isFinished, engine lines go to handleResponse and a user interrupt to
+// interruptCmd. launchCmd or handleResponse returning false is fatal and ends the session;
+// user-level failures are error replies instead.
+class MiCmd {
+ public:
+  // Takes the token, the command word and the "--thread"/"--thread-group" values from `line`.
+  explicit MiCmd(const std::string& line);
+
+  virtual bool launchCmd(MiSession& session) = 0;
+  virtual bool handleResponse(MiSession& session, const std::string& zubId,
+                              const std::string& line) = 0;
+  virtual bool interruptCmd(MiSession& session) = 0;
+  virtual bool isFinished() const = 0;
+  virtual ~MiCmd() = default;
+
+  // The token (leading digits), possibly empty; every reply to the user starts with it.
+  const std::string& cmdId() const { return cmdId_; }
+
+  std::string cmdText;        // the whole line, "\n" included
+  std::string cmdName;        // the command word, such as "-exec-run" or "info"
+  std::string threadId;       // user thread id after "--thread", or empty
+  std::string threadGroupId;  // engine id after "--thread-group", or empty
+
+ protected:
+  // Sends the token, `record` and "\n" as one piece, then the prompt.
+  void reply(MiSession& session, const std::string& record);
+
+  std::string cmdId_;
+};
+
+// A command forwarded to one or more engines whose result records are collected; the reply is
+// written once, by replyToUser, when the last engine it waits for has answered.
+class SimpleMiCmd : public MiCmd {
+ public:
+  explicit SimpleMiCmd(const std::string& line);
+
+  // Always true: lines that do not belong to this command are logged and dropped.
+  bool handleResponse(MiSession& session, const std::string& zubId,
+                      const std::string& line) override;
+  // Signals SIGINT to every engine still pending; the command keeps waiting for their results.
+  bool interruptCmd(MiSession& session) override;
+  bool isFinished() const override { return pendingZubIds.empty(); }
+  virtual bool replyToUser(MiSession& session) = 0;
+
+  bool forwardConsoleOutput = false;
+  std::set<std::string> pendingZubIds;
+  std::map<std::string, MiMap> results;              // engine id -> its results part
+  std::map<std::string, std::string> resultClasses;  // engine id -> "done", "error", ...
+
+ protected:
+  // Launch rule for commands that address one engine: "--thread" (translated into the engine's
+  // own thread id; the engine becomes current) wins over "--thread-group" (stripped), and with
+  // neither the line goes unchanged to the current engine. Unknown ids get error replies. False
+  // only when the send for a known thread fails.
+  bool sendToOneEngine(MiSession& session);
+  // Launch rule for broadcasts: to the group named by "--thread-group" (stripped), else the line
+  // unchanged to every live engine; with no engine at all "^done" is answered at once. False
+  // when the broadcast cannot be queued.
+  bool sendToAllEngines(MiSession& session);
+  // Sends `text` to engine `zubId` and waits for it, or answers the "Invalid thread-group: "
+  // error naming `zubId` when there is no such engine.
+  void sendToGroup(MiSession& session, const std::string& zubId, const std::string& text);
+  // Reply rule: the first engine's class and results, then the prompt. "Internal error" when no
+  // engine answered, or, with `exactlyOne`, when not exactly one did.
+  bool replyFromOneEngine(MiSession& session, bool exactlyOne);
+};
+
+// A command word the program does not know: answered at once, "^done" (or "^error") with the
+// message "Command is not implemented.".
+class NotImplementedCmd : public MiCmd {
+ public:
+  NotImplementedCmd(const std::string& line, bool replyDone);
+
+  bool launchCmd(MiSession& session) override;
+  bool handleResponse(MiSession& session, const std::string& zubId,
+                      const std::string& line) override;
+  bool interruptCmd(MiSession& session) override;
+  bool isFinished() const override { return true; }
+
+  bool replyDone;
+};
