@@ -1,0 +1,186 @@
+#include "commands/break_cmds.h"
+
+#include <set>
+
+#include "base/log.h"
+#include "commands/errors.h"
+#include "engine/ctrl_module.h"
+#include "match/cmd_matchers.h"
+#include "session/mi_session.h"
+
+namespace {
+
+void replyBkpNumberMissing(CtrlModule& ctrl, const std::string& cmdId) {
+  ctrl.sendToUser(cmdId + "^error,msg=\"Breakpoint number is missing.\"\n");
+  ctrl.sendToUser(kPrompt);
+}
+
+// Engines' own answers to the number commands are not passed on: the table already changed.
+void replyDone(CtrlModule& ctrl, const std::string& cmdId) {
+  ctrl.sendToUser(cmdId + "^done\n");
+  ctrl.sendToUser(kPrompt);
+}
+
+// Sends `verb` with its own number to every engine that holds the breakpoint named last on the
+// line, applies `change` to the table right away (before any engine answered, whether or not any
+// engine holds the breakpoint), and answers at once when no engine was asked.
+void launchOnBkpNumber(SimpleMiCmd& cmd, MiSession& session, const std::string& verb,
+                       void (*change)(BreakPointTable& table, const std::string& number)) {
+  CtrlModule& ctrl = session.ctrl;
+  std::string number;
+  if (!matchBkpId(cmd.cmdText, number) || number.empty()) {
+    replyBkpNumberMissing(ctrl, cmd.cmdId());
+    return;
+  }
+  std::set<std::string> zubIds;
+  ctrl.getZubIds(zubIds);
+  for (const std::string& zubId : zubIds) {
+    std::string engineNumber;
+    if (!session.breakPointTable.toEngineBkp(zubId, number, engineNumber)) continue;
+    ctrl.sendToZub(zubId, cmd.cmdId() + verb + engineNumber + "\n");
+    cmd.pendingZubIds.insert(zubId);
+  }
+  change(session.breakPointTable, number);
+  if (cmd.pendingZubIds.empty()) replyDone(ctrl, cmd.cmdId());
+}
+
+}  // namespace
+
+BreakInsertCmd::BreakInsertCmd(const std::string& line, bool silent)
+    : SimpleMiCmd(line), silent(silent) {}
+
+bool BreakInsertCmd::launchCmd(MiSession& session) {
+  CtrlModule& ctrl = session.ctrl;
+  ctrl.muted = false;
+  // The breakpoint is set in every engine, whatever thread or group the user named.
+  std::string line = cmdText;
+  if (!threadId.empty())
+    replaceCmdThreadId(cmdText, "", line);
+  else if (!threadGroupId.empty())
+    replaceCmdThreadGroupId(cmdText, "", line);
+  ctrl.getZubIds(pendingZubIds);
+  if (!ctrl.sendToZubs(pendingZubIds, line)) return false;
+  // With no engine at all nobody will answer: say so rather than stay silent.
+  if (pendingZubIds.empty()) return replyToUser(session);
+  return true;
+}
+
+bool BreakInsertCmd::recordEngineBkp(MiSession& session, const std::string& zubId) {
+  CtrlModule& ctrl = session.ctrl;
+  MiRecordPtr node;
+  MiMap* bkpt = nullptr;
+  auto result = results.find(zubId);
+  if (result != results.end() && result->second.findRecord("bkpt", node)) bkpt = node->toMiMap();
+  if (!bkpt) {
+    LOG_AT(ctrl) << "Failed to find bkpt map in: " << zubId;
+    return false;
+  }
+  std::string engineNumber;
+  if (!bkpt->findString("number", engineNumber)) {
+    LOG_AT(ctrl) << "Failed to find breakpoint number in: " << zubId;
+    return false;
+  }
+  BreakPointTable& table = session.breakPointTable;
+  if (userBkpId.empty()) userBkpId = table.newBkpNumber();
+  if (!table.recordBkp(zubId, engineNumber, userBkpId, cmdText)) {
+    LOG_AT(ctrl) << "Failed to insert breakpoint (" << userBkpId << ").";
+    return false;
+  }
+  // The tuple is shared with the stored result, so the reply shows the user's number.
+  bkpt->setString("number", userBkpId);
+  return true;
+}
+
+bool BreakInsertCmd::replyToUser(MiSession& session) {
+  CtrlModule& ctrl = session.ctrl;
+  ctrl.muted = silent;
+  std::string replyZubId, errorZubId;
+  for (const auto& [zubId, resultClass] : resultClasses) {
+    if (resultClass == "done" && recordEngineBkp(session, zubId))
+      replyZubId = zubId;
+    else if (resultClass == "error")
+      errorZubId = zubId;
+  }
+  std::string printed;
+  if (!replyZubId.empty()) {
+    results.at(replyZubId).printToString(printed);
+    reply(session, "^done," + printed);
+  } else if (!errorZubId.empty()) {
+    auto result = results.find(errorZubId);
+    if (result != results.end() && !result->second.entries.empty())
+      result->second.printToString(printed);
+    reply(session, printed.empty() ? "^error" : "^error," + printed);
+  } else {
+    reportInternalError(ctrl, cmdId());
+  }
+  ctrl.muted = false;
+  return true;
+}
+
+bool BreakDeleteCmd::launchCmd(MiSession& session) {
+  launchOnBkpNumber(
+      *this, session, "-break-delete ",
+      [](BreakPointTable& table, const std::string& number) { table.deleteBkp(number); });
+  return true;
+}
+
+bool BreakDeleteCmd::replyToUser(MiSession& session) {
+  replyDone(session.ctrl, cmdId());
+  return true;
+}
+
+bool BreakEnableCmd::launchCmd(MiSession& session) {
+  launchOnBkpNumber(*this, session, "-break-enable ",
+                    [](BreakPointTable& table, const std::string& number) {
+                      table.disabledBreakpoints.erase(number);
+                    });
+  return true;
+}
+
+bool BreakEnableCmd::replyToUser(MiSession& session) {
+  replyDone(session.ctrl, cmdId());
+  return true;
+}
+
+bool BreakDisableCmd::launchCmd(MiSession& session) {
+  launchOnBkpNumber(*this, session, "-break-disable ",
+                    [](BreakPointTable& table, const std::string& number) {
+                      table.disabledBreakpoints.insert(number);
+                    });
+  return true;
+}
+
+bool BreakDisableCmd::replyToUser(MiSession& session) {
+  replyDone(session.ctrl, cmdId());
+  return true;
+}
+
+bool BreakConditionCmd::launchCmd(MiSession& session) {
+  CtrlModule& ctrl = session.ctrl;
+  std::string number;
+  if (!matchBkpCondId(cmdText, number) || number.empty()) {
+    replyBkpNumberMissing(ctrl, cmdId());
+    return true;
+  }
+  std::string line = cmdText;
+  if (!threadGroupId.empty()) replaceCmdThreadGroupId(cmdText, "", line);
+  std::set<std::string> zubIds;
+  ctrl.getZubIds(zubIds);
+  for (const std::string& zubId : zubIds) {
+    std::string engineNumber;
+    if (!session.breakPointTable.toEngineBkp(zubId, number, engineNumber)) continue;
+    // Each engine's line is made from the previous one; the number sits in the same place.
+    std::string engineLine = line;
+    replaceBkpCondId(line, engineNumber, engineLine);
+    line = engineLine;
+    ctrl.sendToZub(zubId, line);
+    pendingZubIds.insert(zubId);
+  }
+  if (pendingZubIds.empty()) replyDone(ctrl, cmdId());
+  return true;
+}
+
+bool BreakConditionCmd::replyToUser(MiSession& session) {
+  replyDone(session.ctrl, cmdId());
+  return true;
+}

@@ -1,0 +1,63 @@
+#pragma once
+#include <string>
+
+#include "commands/mi_cmd.h"
+
+// The breakpoint commands. The user sees one breakpoint numbering; every engine holds its own
+// copy of each breakpoint under its own number, and the session's BreakPointTable translates.
+
+// "-break-insert": sets the breakpoint in every engine ("--thread" and "--thread-group" are
+// dropped) and gives it one user number, shared by all engines' copies. The reply is the last
+// accepting engine's record with the user's number in it; without any, the last engine error.
+class BreakInsertCmd : public SimpleMiCmd {
+ public:
+  // `silent` breakpoints (the offload breakpoint, copies into a newly attached engine) still use
+  // up a user number, but their reply is only logged.
+  BreakInsertCmd(const std::string& line, bool silent);
+
+  bool launchCmd(MiSession& session) override;
+  bool replyToUser(MiSession& session) override;
+
+  bool silent;
+  // The user number of this breakpoint: fixed before launch by a creator that copies an existing
+  // breakpoint, otherwise taken from the counter at the first accepting engine.
+  std::string userBkpId;
+
+ private:
+  // Gives the breakpoint of engine `zubId` the user number; false when that engine's answer
+  // cannot take part in the reply.
+  bool recordEngineBkp(MiSession& session, const std::string& zubId);
+};
+
+// "-break-delete", "-break-enable", "-break-disable" act on the last number of the line only; the
+// engines that hold that breakpoint get the command with their own number. The table changes at
+// once, and the reply is "^done" whatever the engines answer.
+class BreakDeleteCmd : public SimpleMiCmd {
+ public:
+  explicit BreakDeleteCmd(const std::string& line) : SimpleMiCmd(line) {}
+  bool launchCmd(MiSession& session) override;
+  bool replyToUser(MiSession& session) override;
+};
+
+class BreakEnableCmd : public SimpleMiCmd {
+ public:
+  explicit BreakEnableCmd(const std::string& line) : SimpleMiCmd(line) {}
+  bool launchCmd(MiSession& session) override;
+  bool replyToUser(MiSession& session) override;
+};
+
+class BreakDisableCmd : public SimpleMiCmd {
+ public:
+  explicit BreakDisableCmd(const std::string& line) : SimpleMiCmd(line) {}
+  bool launchCmd(MiSession& session) override;
+  bool replyToUser(MiSession& session) override;
+};
+
+// "-break-condition NUMBER EXPR" and "-break-after NUMBER COUNT": the first number after the
+// command word is translated for each engine that holds it; the rest of the line goes unchanged.
+class BreakConditionCmd : public SimpleMiCmd {
+ public:
+  explicit BreakConditionCmd(const std::string& line) : SimpleMiCmd(line) {}
+  bool launchCmd(MiSession& session) override;
+  bool replyToUser(MiSession& session) override;
+};

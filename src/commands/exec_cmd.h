@@ -1,0 +1,71 @@
+#pragma once
+#include <map>
+#include <set>
+#include <string>
+
+#include "commands/mi_cmd.h"
+#include "mi/mi_record.h"
+
+// One execution command ("-exec-run", "-exec-continue", "-exec-next", ...) across engines. The
+// host engine "i1" and the card engines ("vek...") run and stop together: the command starts
+// them all, the first engine that stops makes it interrupt the others (unless a card-side process
+// merely exited), and only when every engine has stopped does the user get one "*stopped"
+// record, carrying the command's token. Other host inferiors ("i2", ...) run on their own.
+class ExecCmd : public MiCmd {
+ public:
+  // `internalResume` marks a continue the program issues itself after an offload event: it does
+  // not announce "^running" to the user a second time.
+  ExecCmd(const std::string& line, bool internalResume);
+
+  bool launchCmd(MiSession& session) override;
+  // False (fatal) on a result class other than "running" or "error", a second result from one
+  // engine, or a stop from an engine that is not running.
+  bool handleResponse(MiSession& session, const std::string& zubId,
+                      const std::string& line) override;
+  // Signals SIGINT to every engine still running; each reports its stop in due course.
+  bool interruptCmd(MiSession& session) override;
+  bool isFinished() const override { return pendingZubIds.empty() && runningZubIds.empty(); }
+
+  // The engine whose stop record the final "*stopped" reports: the first one that stopped, or
+  // "i1" when the host program exited.
+  std::string firstStoppedZubId;
+  std::set<std::string> pendingZubIds;              // sent to, no result record yet
+  std::set<std::string> runningZubIds;              // answered "^running", no "*stopped" yet
+  std::map<std::string, std::string> errorResults;  // whole "^error" line per engine
+  std::map<std::string, MiMap> stopRecords;         // per engine, thread ids in user numbering
+  bool internalResume;
+
+ private:
+  // What one look at all stop records found; the offload events decide between the final stop,
+  // a synthetic offload stop and an automatic resume.
+  struct StopEvents {
+    bool hostExited = false;
+    bool offloadStarted = false;
+    bool offloadEnded = false;
+  };
+
+  // Sends `line` to every card engine and then to "i1"; all of them become pending.
+  bool broadcast(MiSession& session, const std::string& line);
+  bool launchOnThread(MiSession& session);
+  bool launchOnGroup(MiSession& session);
+  bool launchOnCurrent(MiSession& session);
+  // The host or a card engine steps with the user's line; the other engines of the host program
+  // continue.
+  bool launchStepIn(MiSession& session, const std::string& zubId);
+
+  bool handleMiResult(MiSession& session, const std::string& zubId, const std::string& line,
+                      const std::string& resultClass);
+  bool handleMiStopped(MiSession& session, const std::string& zubId, const std::string& line);
+  // Runs once when no engine is pending and none runs: the reply for the whole command.
+  bool stateAllStopped(MiSession& session);
+  bool replyAllErrors(MiSession& session);
+  // Looks at the stop of one engine for an offload start or end and handles it. Following
+  // offload is not built yet: no stop counts as an offload event, so every evaluation ends in
+  // the normal final stop.
+  bool checkOffloadEvent(MiSession& session, const std::string& zubId, const MiMap& record,
+                         StopEvents& events);
+  // After an offload event: a stop record with the synthetic reason for a command other than
+  // run or continue, otherwise a nested internal continue, run to completion.
+  bool finishOffloadStop(MiSession& session, const StopEvents& events);
+  bool reportFinalStop(MiSession& session);
+};
