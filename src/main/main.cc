@@ -3,6 +3,7 @@
 #include "base/log.h"
 #include "base/options.h"
 #include "engine/ctrl_module.h"
+#include "session/mi_session.h"
 
 namespace {
 
@@ -23,7 +24,10 @@ int main(int, char** argv) {
   const char** args = const_cast<const char**>(argv);
   parseOptions(args, options, ctrl.log);
   if (isMiInterpreter(options)) {
-    // The session is created, started with `args`, and stopped here.
+    // Card discovery, the host engine and the main loop; then every engine is ended.
+    MiSession session(ctrl, options);
+    session.start(args);
+    session.stop();
   } else {
     std::cerr << "Error: Interpreter mode not supported." << std::endl;
   }

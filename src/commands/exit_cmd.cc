@@ -1,0 +1,28 @@
+#include "commands/exit_cmd.h"
+
+#include <set>
+
+#include "engine/ctrl_module.h"
+#include "session/mi_session.h"
+
+bool GdbExitCmd::launchCmd(MiSession& session) {
+  std::set<std::string> zubIds;
+  session.ctrl.getZubIds(zubIds);
+  if (zubIds.empty()) {
+    session.ctrl.sendToUser(cmdId() + "^exit\n");
+    session.exitRequested = true;
+    return true;
+  }
+  pendingZubIds = zubIds;
+  return session.ctrl.sendToZubs(zubIds, cmdText);
+}
+
+// Every engine has answered and is ending: reap them all, then say goodbye without a prompt.
+bool GdbExitCmd::replyToUser(MiSession& session) {
+  std::set<std::string> zubIds;
+  session.ctrl.getZubIds(zubIds);
+  session.removeZubs(zubIds);
+  session.ctrl.sendToUser(cmdId() + "^exit\n");
+  session.exitRequested = true;
+  return true;
+}

@@ -1,0 +1,152 @@
+#include "commands/mi_cmd.h"
+
+#include <signal.h>
+
+#include "base/log.h"
+#include "commands/errors.h"
+#include "engine/ctrl_module.h"
+#include "match/cmd_matchers.h"
+#include "match/output_matchers.h"
+#include "mi/mi_parser.h"
+#include "session/mi_session.h"
+
+MiCmd::MiCmd(const std::string& line) : cmdText(line) {
+  matchCmdId(cmdId_, line);
+  matchCmdName(cmdName, line);
+  matchCmdThreadId(threadId, line);
+  matchCmdThreadGroupId(threadGroupId, line);
+}
+
+void MiCmd::reply(MiSession& session, const std::string& record) {
+  session.ctrl.sendToUser(cmdId_ + record + "\n");
+  session.ctrl.sendToUser(kPrompt);
+}
+
+SimpleMiCmd::SimpleMiCmd(const std::string& line) : MiCmd(line) {}
+
+bool SimpleMiCmd::handleResponse(MiSession& session, const std::string& zubId,
+                                 const std::string& line) {
+  CtrlModule& ctrl = session.ctrl;
+  std::string resultClass;
+  if (!matchMiResultType(line, resultClass)) {
+    if (matchMiOut(line) && !forwardConsoleOutput)
+      LOG_AT(ctrl) << "Ignoring input (" << line << ") from " << zubId << ".";
+    else
+      ctrl.sendToUser(line);
+    return true;
+  }
+  // A result without a token is taken as this command's.
+  std::string token;
+  if (matchCmdId(token, line) && token != cmdId_) {
+    LOG_AT(ctrl) << "Cmd Id does not match."
+                 << " Expected: " << cmdId_ << "; got: " << token;
+    return true;
+  }
+  if (pendingZubIds.erase(zubId) == 0) {
+    LOG_AT(ctrl) << "Ignoring result from " << zubId << ": " << line;
+    return true;
+  }
+  resultClasses[zubId] = resultClass;
+  std::string text;
+  if (matchMiRecord(line, text)) {
+    MiRecordPtr record;
+    if (!parseMiRecord(text, record)) {
+      LOG_AT(ctrl) << "Igoring bad record (" << text << ") from " << zubId << ".";
+    } else {
+      record->replaceThreadIds(session.threadIdTable, zubId);
+      if (const MiMap* map = record->toMiMap())
+        results.insert_or_assign(zubId, *map);
+      else
+        LOG_AT(ctrl) << "Internal error.";
+    }
+  }
+  if (pendingZubIds.empty()) replyToUser(session);
+  return true;
+}
+
+bool SimpleMiCmd::interruptCmd(MiSession& session) {
+  for (const std::string& zubId : pendingZubIds) session.ctrl.sendSignalToZub(zubId, SIGINT);
+  return true;
+}
+
+bool SimpleMiCmd::sendToOneEngine(MiSession& session) {
+  if (!threadId.empty()) {
+    std::string zubId, engineThreadId;
+    if (!session.threadIdTable.fromExtThreadId(threadId, zubId, engineThreadId)) {
+      reportInvalidThreadIdError(session.ctrl, threadId, cmdId_);
+      return true;
+    }
+    std::string text;
+    replaceCmdThreadId(cmdText, "--thread " + engineThreadId, text);
+    if (!session.ctrl.sendToZub(zubId, text)) return false;
+    pendingZubIds.insert(zubId);
+    session.currentZubId = zubId;
+    return true;
+  }
+  if (!threadGroupId.empty()) {
+    std::string text;
+    replaceCmdThreadGroupId(cmdText, "", text);
+    sendToGroup(session, threadGroupId, text);
+    return true;
+  }
+  sendToGroup(session, session.currentZubId, cmdText);
+  return true;
+}
+
+bool SimpleMiCmd::sendToAllEngines(MiSession& session) {
+  if (!threadGroupId.empty()) {
+    std::string text;
+    replaceCmdThreadGroupId(cmdText, "", text);
+    sendToGroup(session, threadGroupId, text);
+    return true;
+  }
+  std::set<std::string> zubIds;
+  session.ctrl.getZubIds(zubIds);
+  if (zubIds.empty()) {
+    reply(session, "^done");
+    return true;
+  }
+  pendingZubIds = zubIds;
+  return session.ctrl.sendToZubs(zubIds, cmdText);
+}
+
+void SimpleMiCmd::sendToGroup(MiSession& session, const std::string& zubId,
+                              const std::string& text) {
+  if (!session.ctrl.sendToZub(zubId, text)) {
+    reportInvalidThreadGroupIdError(session.ctrl, zubId, cmdId_);
+    return;
+  }
+  pendingZubIds.insert(zubId);
+}
+
+bool SimpleMiCmd::replyFromOneEngine(MiSession& session, bool exactlyOne) {
+  if (resultClasses.empty() || (exactlyOne && resultClasses.size() != 1)) {
+    reportInternalError(session.ctrl, cmdId_);
+    return true;
+  }
+  const auto& [zubId, resultClass] = *resultClasses.begin();
+  std::string record = "^" + resultClass;
+  auto result = results.find(zubId);
+  if (result != results.end() && !result->second.entries.empty()) {
+    std::string printed;
+    result->second.printToString(printed);
+    record += "," + printed;
+  }
+  reply(session, record);
+  return true;
+}
+
+NotImplementedCmd::NotImplementedCmd(const std::string& line, bool replyDone)
+    : MiCmd(line), replyDone(replyDone) {}
+
+bool NotImplementedCmd::launchCmd(MiSession& session) {
+  reply(session,
+        std::string(replyDone ? "^done" : "^error") + ",msg=\"Command is not implemented.\"");
+  return true;
+}
+
+bool NotImplementedCmd::handleResponse(MiSession&, const std::string&, const std::string&) {
+  return false;
+}
+
+bool NotImplementedCmd::interruptCmd(MiSession&) { return true; }

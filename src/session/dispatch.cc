@@ -1,0 +1,132 @@
+#include <boost/make_shared.hpp>
+#include <functional>
+#include <map>
+#include <string>
+
+#include "base/signals.h"
+#include "commands/break_cmds.h"
+#include "commands/exec_cmd.h"
+#include "commands/exit_cmd.h"
+#include "commands/mi_cmd.h"
+#include "commands/passthrough_cmds.h"
+#include "engine/ctrl_module.h"
+#include "match/cmd_matchers.h"
+#include "session/mi_session.h"
+
+namespace {
+
+// Turns one user line into the commands it stands for, appended to the queue.
+using CmdFactory =
+    std::function<void(MiSession& session, const std::string& line, MiCmdQueue& queue)>;
+
+// The usual row: one command of class Cmd built from the line and the given flags.
+template <typename Cmd, typename... Flags>
+CmdFactory one(Flags... flags) {
+  return [=](MiSession&, const std::string& line, MiCmdQueue& queue) {
+    queue.push_back(boost::make_shared<Cmd>(line, flags...));
+  };
+}
+
+// Interrupts whatever runs; no command and no reply of its own.
+void interrupt(MiSession&, const std::string&, MiCmdQueue&) { sigIntPending = true; }
+
+// Every run first plants the offload breakpoint, silently, in every engine.
+void execRun(MiSession&, const std::string& line, MiCmdQueue& queue) {
+  std::string offloadSymbol;
+  MiSession::retrieveVekOffloadSymbol(offloadSymbol);
+  queue.push_back(
+      boost::make_shared<BreakInsertCmd>("-break-insert -f " + offloadSymbol + "\n", true));
+  queue.push_back(boost::make_shared<ExecCmd>(line, false));
+}
+
+// Exact, case-sensitive command words. Words whose command is not written yet answer as an
+// unknown word does: "^done" with "Command is not implemented.".
+const std::map<std::string, CmdFactory>& dispatchTable() {
+  static const CmdFactory notYet = one<NotImplementedCmd>(true);
+  static const std::map<std::string, CmdFactory> table = {
+      {"-add-inferior", notYet},
+      {"-break-after", one<BreakConditionCmd>()},
+      {"-break-condition", one<BreakConditionCmd>()},
+      {"-break-delete", one<BreakDeleteCmd>()},
+      {"-break-disable", one<BreakDisableCmd>()},
+      {"-break-enable", one<BreakEnableCmd>()},
+      {"-break-insert", one<BreakInsertCmd>(false)},
+      {"-data-disassemble", notYet},
+      {"-data-evaluate-expression", notYet},
+      {"-data-list-changed-registers", notYet},
+      {"-data-list-register-names", notYet},
+      {"-data-list-register-values", notYet},
+      {"-data-read-memory", notYet},
+      {"-data-write-memory", notYet},
+      {"-environment-cd", one<EnvironmentCmd>()},
+      {"-environment-directory", one<EnvironmentCmd>()},
+      {"-environment-path", one<EnvironmentCmd>()},
+      {"-environment-pwd", one<EnvironmentCmd>()},
+      {"-exec-args", one<EnvironmentCmd>()},
+      {"-exec-continue", one<ExecCmd>(false)},
+      {"-exec-finish", one<ExecCmd>(false)},
+      {"-exec-interrupt", interrupt},
+      {"-exec-jump", one<ExecCmd>(false)},
+      {"-exec-next", one<ExecCmd>(false)},
+      {"-exec-next-instruction", one<ExecCmd>(false)},
+      {"-exec-return", one<ExecCmd>(false)},
+      {"-exec-run", execRun},
+      {"-exec-step", one<ExecCmd>(false)},
+      {"-exec-step-instruction", one<ExecCmd>(false)},
+      {"-exec-until", one<ExecCmd>(false)},
+      {"-file-exec-and-symbols", notYet},
+      {"-gdb-exit", one<GdbExitCmd>()},
+      {"-gdb-set", one<GdbSetUnsetCmd>()},
+      {"-gdb-unset", one<GdbSetUnsetCmd>()},
+      {"-inferior-tty-set", one<InferiorTtySetCmd>()},
+      {"-interpreter-exec", one<InterpreterExecCmd>()},
+      {"-list-features", one<ListFeaturesCmd>()},
+      {"-list-thread-groups", notYet},
+      {"-remove-inferior", notYet},
+      {"-set-serialize-execution", one<SetSerializeExecutionCmd>()},
+      {"-stack-info-depth", one<StackCmd>()},
+      {"-stack-list-arguments", one<StackCmd>()},
+      {"-stack-list-frames", one<StackCmd>()},
+      {"-stack-list-locals", one<StackCmd>()},
+      {"-target-attach", notYet},
+      {"-target-detach", notYet},
+      {"-thread-info", notYet},
+      {"-var-assign", notYet},
+      {"-var-create", notYet},
+      {"-var-delete", notYet},
+      {"-var-evaluate-expression", notYet},
+      {"-var-info-expression", notYet},
+      {"-var-info-num-children", notYet},
+      {"-var-info-path-expression", notYet},
+      {"-var-info-type", notYet},
+      {"-var-list-children", notYet},
+      {"-var-set-format", notYet},
+      {"-var-show-attributes", notYet},
+      {"-var-update", notYet},
+      {"-zub-cond-print", notYet},
+      {"info", notYet},
+      {"quit", one<GdbExitCmd>()},
+      {"set", one<GdbSetUnsetCmd>()},
+      {"source", notYet},
+      {"unset", one<GdbSetUnsetCmd>()},
+  };
+  return table;
+}
+
+}  // namespace
+
+bool MiSession::parseCmd(const std::string& line, MiCmdQueue& queue) {
+  std::string word;
+  if (!matchCmdName(word, line)) {
+    ctrl.sendToUser(kPrompt);
+    return true;
+  }
+  const auto& table = dispatchTable();
+  auto row = table.find(word);
+  if (row == table.end()) {
+    queue.push_back(boost::make_shared<NotImplementedCmd>(line, true));
+    return true;
+  }
+  row->second(*this, line, queue);
+  return true;
+}

@@ -1,0 +1,157 @@
+#include <unistd.h>
+
+#include <boost/algorithm/string/replace.hpp>
+#include <boost/make_shared.hpp>
+
+#include "base/log.h"
+#include "engine/ctrl_module.h"
+#include "match/output_matchers.h"
+#include "mi/mi_parser.h"
+#include "session/mi_session.h"
+
+namespace {
+
+bool isCardEngine(const std::string& zubId) { return zubId.rfind("vek", 0) == 0; }
+
+// Card engines' threads and libraries belong to the host program's group.
+std::string userGroupOf(const std::string& zubId) { return isCardEngine(zubId) ? "i1" : zubId; }
+
+std::string printed(const MiRecord& record) {
+  std::string text;
+  record.printToString(text);
+  return text;
+}
+
+// The results of a notification line as a top-level map; null (logged) when there is none.
+MiRecordPtr eventRecord(CtrlModule& ctrl, const std::string& line) {
+  std::string text;
+  if (!matchMiRecord(line, text)) {
+    LOG_AT(ctrl) << "Event has no record: " << line;
+    return {};
+  }
+  MiRecordPtr record;
+  if (!parseMiRecord(text, record)) {
+    LOG_AT(ctrl) << "Failed to parse event's record: " << line;
+    return {};
+  }
+  if (!record->toMiMap()) {
+    LOG_AT(ctrl) << "Conversion to 'MiMap' failed.";
+    return {};
+  }
+  return record;
+}
+
+}  // namespace
+
+void MiSession::handleThreadCreated(const std::string& zubId, const std::string& line,
+                                    const std::string& eventClass) {
+  MiRecordPtr record = eventRecord(ctrl, line);
+  if (!record) return;
+  MiMap& event = *record->toMiMap();
+  event.setString("group-id", userGroupOf(zubId));
+  std::string engineThreadId;
+  if (!event.findString("id", engineThreadId)) {
+    LOG_AT(ctrl) << "Field 'id' is missing: " << line;
+    return;
+  }
+  std::string pid;
+  if (!event.findString("pid", pid)) {
+    LOG_AT(ctrl) << "Field 'pid' is missing: " << line;
+    return;
+  }
+  std::string userThreadId;
+  threadIdTable.toExtThreadId(zubId, engineThreadId, userThreadId);
+  event.setString("id", userThreadId);
+
+  MiMap& group = threadGroups.try_emplace(zubId, false).first->second;
+  std::string groupPid;
+  if (!group.findString("pid", groupPid)) {
+    // Fields a spawned group already has keep their place: "id", "type", then "pid".
+    group.topLevel = true;
+    group.setString("id", zubId);
+    group.setString("pid", pid);
+    group.setString("type", "process");
+    if (!isCardEngine(zubId)) ctrl.sendToUser("=thread-group-started," + printed(group) + "\n");
+  }
+  MiRecordPtr threads;
+  if (!group.findRecord("threads", threads)) {
+    threads = boost::make_shared<MiList>();
+    group["threads"] = threads;
+  }
+  if (MiList* list = threads->toMiList()) list->elements.push_back(record);
+  ctrl.sendToUser("=" + eventClass + "," + printed(event) + "\n");
+}
+
+void MiSession::handleThreadExited(const std::string& zubId, const std::string& line,
+                                   const std::string& eventClass) {
+  MiRecordPtr record = eventRecord(ctrl, line);
+  if (!record) return;
+  MiMap& event = *record->toMiMap();
+  std::string engineThreadId;
+  if (!event.findString("id", engineThreadId)) {
+    LOG_AT(ctrl) << "Failed to find thread id:" << printed(event);
+    return;
+  }
+  std::string userThreadId;
+  threadIdTable.toExtThreadId(zubId, engineThreadId, userThreadId);
+  event.setString("id", userThreadId);
+  event.setString("group-id", userGroupOf(zubId));
+
+  MiMap& group = threadGroups.try_emplace(zubId, false).first->second;
+  std::list<MiRecordPtr> threads;
+  if (!group.findList("threads", threads)) {
+    LOG_AT(ctrl) << "No thread found.";
+    return;
+  }
+  bool found = false;
+  for (auto it = threads.begin(); it != threads.end(); ++it) {
+    const MiMap* thread = (*it)->toMiMap();
+    std::string id;
+    if (thread && thread->findString("id", id) && id == userThreadId) {
+      threads.erase(it);
+      found = true;
+      break;
+    }
+  }
+  if (!found) LOG_AT(ctrl) << "Failed to find thread.";
+  group.setList("threads", threads);
+  ctrl.sendToUser("=" + eventClass + "," + printed(event) + "\n");
+  // The group keeps its "pid", so a later thread does not start it a second time.
+  if (threads.empty() && !isCardEngine(zubId))
+    ctrl.sendToUser("=thread-group-exited,id=\"" + zubId + "\"\n");
+}
+
+void MiSession::handleLibraryLoaded(const std::string& zubId, const std::string& line,
+                                    const std::string& eventClass) {
+  MiRecordPtr record = eventRecord(ctrl, line);
+  if (!record) return;
+  MiMap& event = *record->toMiMap();
+  event.setString("group-id", userGroupOf(zubId));
+  ctrl.sendToUser("=" + eventClass + "," + printed(event) + "\n");
+}
+
+void MiSession::handleUnexpectedCondition(const std::string& zubId, const std::string& line) {
+  ctrl.sendToUser(line);
+  if (!ctrl.findZub(zubId)) return;
+  sleep(1);  // lets the engine finish writing its report
+  std::string next;
+  while (ctrl.tryReceiveFromZub(zubId, next)) {
+    if (matchGdbPrompt(next)) break;
+    LOG_AT(ctrl) << zubId << " :" << next;
+    ctrl.sendToUser(next);
+  }
+}
+
+void MiSession::miConsole(const std::string& text) {
+  static const std::string quote = "\"";
+  static const std::string escapedQuote = "\\\"";
+  static const std::string newline = "\n";
+  static const std::string escapedNewline = "\\n";
+  static const std::string recordStart = "~\"";
+  static const std::string recordEnd = "\"\n";
+  // Backslashes already in the text are kept as they are.
+  std::string escaped = text;
+  boost::algorithm::replace_all(escaped, quote, escapedQuote);
+  boost::algorithm::replace_all(escaped, newline, escapedNewline);
+  ctrl.sendToUser(recordStart + escaped + recordEnd);
+}

@@ -1,0 +1,138 @@
+#include "session/mi_session.h"
+
+#include <signal.h>
+#include <unistd.h>
+
+#include "base/env_var.h"
+#include "base/log.h"
+#include "base/signals.h"
+#include "commands/mi_cmd.h"
+#include "engine/ctrl_module.h"
+#include "match/output_matchers.h"
+
+namespace {
+
+// Polling periods: idle between user lines, and while a command waits for engines.
+constexpr useconds_t kIdlePeriodUs = 1000;
+constexpr useconds_t kRunningPeriodUs = 100;
+
+}  // namespace
+
+MiSession::MiSession(CtrlModule& ctrl, Options& options) : ctrl(ctrl), options(options) {}
+
+MiSession::~MiSession() = default;
+
+bool MiSession::retrieveVekOffloadSymbol(std::string& symbol) {
+  static const EnvVar offloadSymbol("WEM_VEK_OFFLOAD_SYMBOL", "__zub_target_so_loaded");
+  symbol = offloadSymbol.value();
+  return true;
+}
+
+void MiSession::start(const char** argv) {
+  initVekCardIpTable();
+  std::string id;
+  if (!spawnZub(argv, "i", id)) {
+    LOG_AT(ctrl) << "Failed to spawn Zub.";
+    return;
+  }
+  currentZubId = id;
+  if (exitRequested) return;
+  for (;;) {
+    if (sigIntPending) clearSigInt();
+    if (sigQuitPending || sigTermPending) return;
+    checkInputFromUser();
+    if (commandQueue.empty()) {
+      usleep(kIdlePeriodUs);
+    } else {
+      // Our own reference keeps the command alive while lines queued meanwhile grow the queue.
+      MiCmdPtr cmd = commandQueue.front();
+      if (!runCmd(*cmd)) return;
+      commandQueue.pop_front();
+    }
+    if (exitRequested) return;
+  }
+}
+
+void MiSession::stop() {
+  LOG_BLANK_AT(ctrl) << "stopping the session.";
+  std::set<std::string> ids;
+  ctrl.getZubIds(ids);
+  ctrl.sendSignalToZubs(ids, SIGINT);
+  ctrl.sendToZubs(ids, "-gdb-exit\n");
+  ctrl.removeZubs(ids);
+}
+
+bool MiSession::runCmd(MiCmd& cmd) {
+  if (!cmd.launchCmd(*this)) {
+    // Names the command at the front of the queue, which for a nested run is the outer one.
+    LOG_AT(ctrl) << "Failed to to launch cmd: "
+                 << (commandQueue.empty() ? cmd.cmdText : commandQueue.front()->cmdText);
+    return false;
+  }
+  while (!cmd.isFinished()) {
+    if (sigIntPending) {
+      LOG_BLANK_AT(ctrl) << "sigIntPending cleared.";
+      sigIntPending = false;
+      cmd.interruptCmd(*this);
+    }
+    // A terminate request waits until the command has finished; a quit does not.
+    if (sigQuitPending) return false;
+    checkInputFromUser();
+    if (!checkOutputOfZubs(cmd)) {
+      LOG_AT(ctrl) << "'checkOutputOfZubs' failed.";
+      return false;
+    }
+    usleep(kRunningPeriodUs);
+  }
+  return true;
+}
+
+bool MiSession::checkInputFromUser() {
+  std::string line;
+  if (!ctrl.tryReceiveFromUser(line)) return true;
+  LOG_AT(ctrl) << "From user: " << line;
+  parseCmd(line, commandQueue);
+  return true;
+}
+
+bool MiSession::checkOutputOfZubs(MiCmd& cmd) {
+  std::set<std::string> ids;
+  ctrl.getZubIds(ids);
+  for (const std::string& zubId : ids) {
+    std::string line;
+    while (ctrl.tryReceiveFromZub(zubId, line)) {
+      LOG_AT(ctrl) << zubId << " :" << line;
+      std::string eventClass;
+      if (matchGdbPrompt(line)) continue;
+      if (matchUnexpectedCondition(line)) {
+        handleUnexpectedCondition(zubId, line);
+        miConsole("Quitting because of an internal error.\n");
+        return false;
+      }
+      if (matchMiEvent(line, eventClass)) {
+        handleMiEvent(zubId, line, eventClass);
+      } else if (!cmd.handleResponse(*this, zubId, line)) {
+        LOG_AT(ctrl) << "Quitting because of failure to handle result: " << line;
+        return false;
+      }
+    }
+  }
+  return true;
+}
+
+void MiSession::clearSigInt() {
+  LOG_BLANK_AT(ctrl) << "sigIntPending cleared.";
+  sigIntPending = false;
+}
+
+void MiSession::handleMiEvent(const std::string& zubId, const std::string& line,
+                              const std::string& eventClass) {
+  if (eventClass == "thread-created")
+    handleThreadCreated(zubId, line, eventClass);
+  else if (eventClass == "thread-exited")
+    handleThreadExited(zubId, line, eventClass);
+  else if (eventClass == "library-loaded")
+    handleLibraryLoaded(zubId, line, eventClass);
+  else
+    LOG_AT(ctrl) << "Ignoring event: " << line;
+}

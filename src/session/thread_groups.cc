@@ -1,0 +1,70 @@
+#include "base/env_var.h"
+#include "base/log.h"
+#include "engine/ctrl_module.h"
+#include "match/output_matchers.h"
+#include "session/mi_session.h"
+
+bool MiSession::spawnZub(const char** argv, const std::string& prefix, std::string& id) {
+  static const EnvVar hostEngine("ZUBC_HOST", "");
+  static const EnvVar cardEngine("ZUBC_VEK", "");
+  if (argv[0] == nullptr) {
+    LOG_AT(ctrl) << "argv[0] is NULL.";
+    return false;
+  }
+  Options zubOptions;
+  parseOptions(argv, zubOptions, ctrl.log);
+  auto rconnect = zubOptions.find("rconnect");
+  const bool toCard = rconnect != zubOptions.end();
+  if (!toCard && hostEngine.value().empty()) {
+    LOG_AT(ctrl) << "ZUBC_HOST is not defined.";
+    return false;
+  }
+  if (toCard && cardEngine.value().empty()) {
+    LOG_AT(ctrl) << "ZUBC_VEK is not defined.";
+    return false;
+  }
+  const std::string& path = toCard ? cardEngine.value() : hostEngine.value();
+  argv[0] = path.c_str();  // the static value outlives every engine
+  LOG_AT(ctrl) << "ZUBC: " << path;
+  if (!ctrl.spawnZub(path.c_str(), argv, prefix, id)) {
+    LOG_AT(ctrl) << "Failed to spawn zub.";
+    return false;
+  }
+  MiMap& group = threadGroups.try_emplace(id, true).first->second;
+  group.topLevel = true;
+  group.setString("id", id);
+  group.setString("type", "process");
+  std::string transport, address, port;
+  if (toCard && matchRconnectValue(rconnect->second, transport, address, port)) {
+    auto card = ipCardTable.find(address);
+    if (card != ipCardTable.end()) group.setString("vek-card", card->second);
+  }
+  // Card engines are announced, if at all, by the attach that started them.
+  if (prefix != "vek") {
+    ctrl.sendToUser("=thread-group-added,id=\"" + id + "\"\n");
+    ctrl.sendToUser("(gdb)\n");
+  }
+  return true;
+}
+
+bool MiSession::removeZub(std::string id) {
+  if (threadGroups.erase(id) == 0) {
+    LOG_BLANK_AT(ctrl) << "Failed to find thread-group " << id;
+    return false;
+  }
+  ctrl.removeZub(id);
+  if (id.rfind("vek", 0) != 0) ctrl.sendToUser("=thread-group-removed,id=\"" + id + "\"\n");
+  if (id == currentZubId) {
+    std::set<std::string> remaining;
+    ctrl.getZubIds(remaining);
+    currentZubId = remaining.empty() ? "" : *remaining.begin();
+  }
+  LOG_BLANK_AT(ctrl) << id << " removed.";
+  return true;
+}
+
+bool MiSession::removeZubs(const std::set<std::string>& ids) {
+  bool allRemoved = true;
+  for (const std::string& id : ids) allRemoved = removeZub(id) && allRemoved;
+  return allRemoved;
+}
