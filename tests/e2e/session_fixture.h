@@ -36,8 +36,7 @@ class WemRun {
   }
   // Starts as above and reads the host group's announcement and the first prompt.
   testing::AssertionResult startAndGreet(const std::string& hostScenario) {
-    if (!start(hostScenario))
-      return testing::AssertionFailure() << "cannot start " << WEM_BINARY;
+    if (!start(hostScenario)) return testing::AssertionFailure() << "cannot start " << WEM_BINARY;
     return wem.expect("=thread-group-added,id=\"i1\"\n(gdb)\n");
   }
 
@@ -53,8 +52,7 @@ class WemRun {
                   e2e::Ms timeout = e2e::kDefaultTimeout) const {
     const auto deadline = std::chrono::steady_clock::now() + timeout;
     while (countLogged(line) < times) {
-      if (std::chrono::steady_clock::now() > deadline)
-        return false;
+      if (std::chrono::steady_clock::now() > deadline) return false;
       std::this_thread::sleep_for(e2e::Ms(5));
     }
     return true;
@@ -66,8 +64,7 @@ class WemRun {
   // Everything the one host engine received (and the signals it saw), or "" with no engine.
   std::string hostInput() const {
     for (const e2e::EngineTranscript& engine : engines())
-      if (engine.role == "host")
-        return e2e::readFile(engine.path);
+      if (engine.role == "host") return e2e::readFile(engine.path);
     return "";
   }
   // Waits until every engine this run started has ended.
@@ -85,8 +82,7 @@ class WemRun {
     if (!rest.empty())
       return testing::AssertionFailure() << "unexpected output at the end: " << rest;
     const int code = wem.exitCode(timeout);
-    if (code != 0)
-      return testing::AssertionFailure() << "exit code " << code;
+    if (code != 0) return testing::AssertionFailure() << "exit code " << code;
     return enginesGone(timeout);
   }
   // "-gdb-exit" with one host engine: the group is removed, "^exit", and a clean end.
