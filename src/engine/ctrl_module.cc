@@ -114,6 +114,9 @@ bool CtrlModule::spawnZub(const char* file, const char** argv, const std::string
   close(toZub[0]);
   close(fromZub[1]);
   close(started[1]);
+  // Our end only: a write that does not fit returns what fit, so the writer thread never blocks
+  // in write() and always notices a stop within one polling period.
+  fcntl(toZub[1], F_SETFL, fcntl(toZub[1], F_GETFL) | O_NONBLOCK);
   char ignored;
   while (read(started[0], &ignored, 1) < 0 && errno == EINTR) {
   }
