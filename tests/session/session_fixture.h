@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstdlib>
 #include <set>
 #include <sstream>
 #include <string>
@@ -16,6 +17,14 @@
 
 #include "engine/ctrl_module.h"
 #include "session/mi_session.h"
+
+// Engines the session starts from the environment are `true`, which ends at once: enough to
+// register a group and reap it.
+inline const bool kFixtureEnginesConfigured = [] {
+  setenv("ZUBC_HOST", "true", 1);
+  setenv("ZUBC_VEK", "true", 1);
+  return true;
+}();
 
 class SessionFixture : public testing::Test {
  protected:

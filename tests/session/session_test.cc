@@ -1,5 +1,4 @@
 #include <boost/shared_ptr.hpp>
-#include <cstdlib>
 
 #include "base/signals.h"
 #include "commands/exit_cmd.h"
@@ -7,13 +6,6 @@
 #include "session/session_fixture.h"
 
 namespace {
-
-// Engines named by the environment are `true`, which ends at once: enough to register a group.
-const bool kEnginesConfigured = [] {
-  setenv("ZUBC_HOST", "true", 1);
-  setenv("ZUBC_VEK", "true", 1);
-  return true;
-}();
 
 template <typename Cmd>
 bool queuedAs(const MiCmdQueue& queue, size_t index) {
