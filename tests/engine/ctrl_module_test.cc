@@ -252,7 +252,7 @@ TEST_F(Ctrl, UserSeesTextOnlyWhenNotMutedAndEveryTextIsLogged) {
   std::string shown;
   waitUntil([&] {
     shown += userOutput();
-    return shown.size() >= 13;
+    return shown.size() >= 12;
   });
   EXPECT_EQ(shown, "^done\n(gdb)\n");
   EXPECT_EQ(takeLog(), "user: ^done\n\nmuted: ^secret\n\nuser: (gdb)\n\n");

@@ -1,0 +1,2 @@
+wem_add_bench(bench_channel bench_channel.cc)
+target_link_libraries(bench_channel PRIVATE wem_engine wem_base)
