@@ -35,7 +35,7 @@ typedef void* yyscan_t;
 int wemmilex(WEMMISTYPE* yylval, yyscan_t scanner);
 int wemmilex_init(yyscan_t* scanner);
 int wemmilex_destroy(yyscan_t scanner);
-void setBufferState(yyscan_t scanner, const std::string& text);
+void setBufferState(yyscan_t scanner, std::string& storage, const std::string& text);
 void clearBufferState(yyscan_t scanner);
 const char* currentTokenText(yyscan_t scanner);
 }
@@ -159,36 +159,48 @@ const
 
 namespace {
 
-// The error line is an MI log-stream record naming the token the parser stopped at.
+// The error line is an MI log-stream record naming the token the parser stopped at. The parser
+// may already have reduced a whole record before its look-ahead shows an error (a default
+// reduction, e.g. at the "b" of a="1"b="2"): that record is released here.
 void yyerror(yyscan_t scanner, MiMap** result, const char* message) {
+  delete *result;
   *result = nullptr;
   std::fprintf(stderr, "&\"Syntax Error: %s at \\\"%s\\\"\"\n", message,
                currentTokenText(scanner));
 }
 
-// Owns one scanner for the duration of a parse.
-class Scanner {
- public:
-  explicit Scanner(const std::string& text) {
-    wemmilex_init(&scanner);
-    setBufferState(scanner, text);
-  }
-  ~Scanner() {
-    clearBufferState(scanner);
-    wemmilex_destroy(scanner);
-  }
-  Scanner(const Scanner&) = delete;
-  Scanner& operator=(const Scanner&) = delete;
+// One scanner per thread, kept between parses; a parse sets its buffer and clears it again on
+// every path, so nothing carries over from one record to the next.
+struct ScannerState {
+  ScannerState() { wemmilex_init(&scanner); }
+  ~ScannerState() { wemmilex_destroy(scanner); }
+  ScannerState(const ScannerState&) = delete;
+  ScannerState& operator=(const ScannerState&) = delete;
 
   yyscan_t scanner = nullptr;
+  std::string storage;
+};
+
+class BufferGuard {
+ public:
+  BufferGuard(ScannerState& state, const std::string& text) : scanner(state.scanner) {
+    setBufferState(scanner, state.storage, text);
+  }
+  ~BufferGuard() { clearBufferState(scanner); }
+  BufferGuard(const BufferGuard&) = delete;
+  BufferGuard& operator=(const BufferGuard&) = delete;
+
+ private:
+  yyscan_t scanner;
 };
 
 }  // namespace
 
 bool parseMiRecord(const std::string& text, MiRecordPtr& out) {
+  thread_local ScannerState state;
   MiMap* result = nullptr;
-  Scanner scanner(text);
-  if (wemmiparse(scanner.scanner, &result) != 0 || !result)
+  BufferGuard buffer(state, text);
+  if (wemmiparse(state.scanner, &result) != 0 || !result)
     return false;
   out.reset(result);
   return true;

@@ -135,7 +135,14 @@ TEST(MiParser, RejectedTextsWriteOneSyntaxErrorLine) {
 std::string longList(int items) {
   std::string text = "a=[";
   for (int i = 0; i < items; ++i) text += i ? ",\"x\"" : "\"x\"";
-  return text + "]";
+  text += ']';
+  return text;
+}
+
+std::string nesting(size_t depth) {
+  std::string text = "a=";
+  text.append(depth, '[').append(depth, ']');
+  return text;
 }
 
 // Lists are right-recursive: each open item holds two of the stack's 10000 entries.
@@ -149,22 +156,22 @@ TEST(MiParser, StackHoldsListsOfAlmostFiveThousandItemsAndRejectsDeeperInputClea
   EXPECT_FALSE(parsed);
 
   std::string results;
-  for (int i = 0; i < 6000; ++i) results += "r" + std::to_string(i) + "=\"v\",";
+  for (int i = 0; i < 6000; ++i) results.append("r").append(std::to_string(i)).append("=\"v\",");
   EXPECT_EQ(parseOrError(results + "end=\"\"", parsed),
             "&\"Syntax Error: parser stack overflow at \\\"\"v\"\\\"\"\n");
   EXPECT_FALSE(parsed);
 
-  std::string nested = "a=" + std::string(5000, '[') + std::string(5000, ']');
+  std::string nested = nesting(5000);
   EXPECT_EQ(parseOrError(nested, parsed), nested);
   EXPECT_TRUE(parsed);
-  nested = "a=" + std::string(10000, '[') + std::string(10000, ']');
+  nested = nesting(10000);
   EXPECT_EQ(parseOrError(nested, parsed),
             "&\"Syntax Error: parser stack overflow at \\\"[\\\"\"\n");
   EXPECT_FALSE(parsed);
 
   std::string tuples;
   for (int i = 0; i < 4000; ++i) tuples += "t={";
-  tuples += "x=\"1\"" + std::string(4000, '}');
+  tuples.append("x=\"1\"").append(4000, '}');
   EXPECT_EQ(parseOrError(tuples, parsed),
             "&\"Syntax Error: parser stack overflow at \\\"{\\\"\"\n");
   EXPECT_FALSE(parsed);
