@@ -61,6 +61,8 @@ void CtrlModule::stop() {
   std::set<std::string> ids;
   getZubIds(ids);
   for (const std::string& id : ids) removeZub(id);
+  // Stopping drops queued text; the last replies must reach the user first.
+  if (userIO.isStarted()) userIO.drainOutput(std::chrono::seconds(1));
   userIO.stop();
   restoreDefaultSignalActions();
 }

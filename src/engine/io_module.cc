@@ -50,6 +50,18 @@ void IOModule::stop() {
   started = false;
 }
 
+bool IOModule::drainOutput(std::chrono::milliseconds limit) {
+  const auto deadline = std::chrono::steady_clock::now() + limit;
+  // An item is off the queue a moment before the writer marks itself writing, so idleness
+  // counts only when seen twice, one poll period apart.
+  for (int idleSeen = 0; idleSeen < 2;) {
+    idleSeen = outputBuffer->size() == 0 && !writing ? idleSeen + 1 : 0;
+    if (std::chrono::steady_clock::now() > deadline) return false;
+    nanosleep(&kPollLimit, nullptr);
+  }
+  return true;
+}
+
 void* IOModule::runReader(void* module) {
   IOModule* self = static_cast<IOModule*>(module);
   SharedBuffer<std::string>& buffer = *self->inputBuffer;
@@ -87,7 +99,11 @@ void* IOModule::runWriter(void* module) {
   std::string pending;
   if (buffer.isClosed()) return nullptr;
   for (;;) {
-    if (pending.empty()) buffer.take(pending);
+    if (pending.empty()) {
+      self->writing = false;
+      buffer.take(pending);
+      self->writing = !pending.empty();
+    }
     if (!pending.empty()) {
       fd_set writable;
       FD_ZERO(&writable);

@@ -1,6 +1,8 @@
 #pragma once
 #include <pthread.h>
 
+#include <atomic>
+#include <chrono>
 #include <cstdio>
 #include <string>
 
@@ -26,6 +28,10 @@ class IOModule {
   virtual void start();
   // Closes both buffers (dropping what is queued in either direction) and joins both threads.
   virtual void stop();
+  // Waits, at most `limit`, until the writer has written everything queued so far, which stop()
+  // would drop. The user channel needs it: its last reply ("^exit") is queued just before it
+  // stops. False when the limit passed first (a reader that no longer reads, for instance).
+  bool drainOutput(std::chrono::milliseconds limit);
 
   bool isStarted() const { return started; }
 
@@ -40,4 +46,5 @@ class IOModule {
   SharedBuffer<std::string>* outputBuffer;
   pthread_t reader{};
   pthread_t writer{};
+  std::atomic<bool> writing{false};  // the writer holds text it has not written yet
 };
