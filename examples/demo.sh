@@ -66,8 +66,22 @@ send '2-gdb-set print pretty on'
 expect '^2\^'
 send '3-stack-info-depth'
 expect '^3\^'
-send '4-gdb-exit'
-expect '^4\^exit'
+
+echo "== the main job: a breakpoint, a run that stops at it, a step, the stack, on to the exit"
+send '4-break-insert sum_of_squares'
+expect '^4\^'
+send '5-exec-run'
+expect '^5\*stopped'
+send '6-exec-next'
+expect '^6\*stopped'
+send '7-stack-list-frames'
+expect '^7\^'
+send '8-break-delete 1'
+expect '^8\^'
+send '9-exec-continue'
+expect '^9\*stopped'
+send '10-gdb-exit'
+expect '^10\^exit'
 
 tries=0
 while kill -0 "$pid" 2>/dev/null; do
