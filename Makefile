@@ -61,6 +61,7 @@ fuzz: deps
 	cmake --build build-fuzz -j $(JOBS) --target fuzz_mi_parser
 	mkdir -p fuzz-out/corpus
 	build-fuzz/bin/fuzz_mi_parser -max_total_time=$(FUZZ_SECONDS) -max_len=4096 \
+	  -artifact_prefix=fuzz-out/ \
 	  fuzz-out/corpus fuzz/corpus
 
 format-check:
