@@ -57,7 +57,7 @@ MiMap* makeMap(bool topLevel, MiList* pairs) {
   return map;
 }
 
-// A STRING token's text less its quotes, unescaped nothing.
+// A STRING token's text less its quotes; escape sequences stay as the engine wrote them.
 MiString* makeString(std::string* token) {
   token->pop_back();
   token->erase(0, 1);
