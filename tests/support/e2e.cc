@@ -8,11 +8,11 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <boost/regex.hpp>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <regex>
 #include <sstream>
 
 extern char** environ;
@@ -324,8 +324,9 @@ testing::AssertionResult runDirective(ChildProcess& child, const std::string& li
     if (!child.readLine(got, timeout))
       return fail("no complete line arrived; unread output:\n" + showText(child.unread()));
     got.pop_back();
-    return std::regex_match(got, std::regex(arg)) ? testing::AssertionSuccess()
-                                                  : fail("line does not match:\n" + showText(got));
+    return boost::regex_match(got, boost::regex(arg))
+               ? testing::AssertionSuccess()
+               : fail("line does not match:\n" + showText(got));
   }
   if (verb == "!") {
     std::string name = arg.substr(0, arg.find(' '));
@@ -433,13 +434,13 @@ void killIfAlive(pid_t pid) {
 std::string fakeEnginePath() { return WEM_FAKE_ENGINE; }
 
 std::vector<EngineTranscript> findEngineTranscripts(const std::string& dir) {
-  static const std::regex kName(R"(engine-(host|card([0-9]*))-([0-9]+)\.txt)");
+  static const boost::regex kName(R"(engine-(host|card([0-9]*))-([0-9]+)\.txt)");
   std::vector<EngineTranscript> found;
   std::error_code error;
   for (const auto& entry : std::filesystem::directory_iterator(dir, error)) {
-    std::smatch match;
+    boost::smatch match;
     std::string name = entry.path().filename().string();
-    if (!std::regex_match(name, match, kName)) continue;
+    if (!boost::regex_match(name, match, kName)) continue;
     found.push_back(
         {match[2].matched ? "card" : "host", match[2], std::stoi(match[3]), entry.path().string()});
   }

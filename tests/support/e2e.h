@@ -110,7 +110,7 @@ class ChildProcess {
 // Runs an MI conversation against a started child. One directive a line:
 //   > TEXT        write TEXT and a newline to stdin
 //   < TEXT        the next stdout line is exactly TEXT
-//   <~ REGEX      the next stdout line matches REGEX (ECMAScript, whole line, no newline)
+//   <~ REGEX      the next stdout line matches REGEX (Perl syntax, whole line, no newline)
 //   << TEXT       the next stdout bytes are exactly TEXT with no newline
 //   ! SIGNAL      send SIGINT, SIGTERM, SIGQUIT, SIGKILL... to the child; "! SIGINT group"
 //                 sends it to the child's process group

@@ -20,10 +20,10 @@
 //   default STEP           one step of the answer to lines no key answers ("$TOKEN^done")
 // Several directives with the same verb and key form one answer, in file order. `on KEY` with
 // no step is an answer made of the prompt alone.
-// KEY is the command word (first word after the token: "-exec-run", "attach"), a regular
-// expression searched in the line without its newline ("/^[0-9]*-break-insert .*main/", ends at
-// the first "/" followed by a blank), SIGINT (a SIGINT reached the engine) or EOF (stdin ended).
-// Keys are tried in order of first appearance; every matching key counts the line, and the
+// KEY is the command word (first word after the token: "-exec-run", "attach"), a POSIX extended
+// regular expression searched in the line without its newline ("/^[0-9]*-break-insert .*main/",
+// ends at the first "/" followed by a blank), SIGINT (a SIGINT reached the engine) or EOF (stdin
+// ended). Keys are tried in order of first appearance; every matching key counts the line, and the
 // first one that has an answer for its count answers it.
 // STEP is a line of text, where "$TOKEN" is replaced by the digits the received line began with
 // (empty for banner, SIGINT and EOF answers) and "$PID" by the engine's pid, or one of:
@@ -46,6 +46,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <regex.h>
 #include <signal.h>
 #include <sys/types.h>
 #include <unistd.h>
@@ -57,8 +58,8 @@
 #include <cstring>
 #include <fstream>
 #include <map>
+#include <memory>
 #include <optional>
-#include <regex>
 #include <string>
 #include <thread>
 #include <tuple>
@@ -97,7 +98,7 @@ struct Key {
   enum Kind { kWord, kRegex, kSigint, kEof };
   Kind kind = kWord;
   std::string text;
-  std::regex regex;
+  std::shared_ptr<regex_t> regex;  // POSIX extended syntax
   unsigned seen = 0;
   std::optional<Answer> every;
   std::map<unsigned, Answer> numbered;
@@ -299,10 +300,17 @@ Key& Scenario::keyFor(const std::string& text, std::string& error) {
     key.kind = Key::kEof;
   } else if (text.size() >= 2 && text.front() == '/' && text.back() == '/') {
     key.kind = Key::kRegex;
-    try {
-      key.regex = std::regex(text.substr(1, text.size() - 2));
-    } catch (const std::regex_error& e) {
-      error = "bad regular expression " + text + ": " + e.what();
+    auto compiled = std::make_unique<regex_t>();
+    std::string pattern = text.substr(1, text.size() - 2);
+    if (int code = regcomp(compiled.get(), pattern.c_str(), REG_EXTENDED | REG_NOSUB)) {
+      char reason[256];
+      regerror(code, compiled.get(), reason, sizeof reason);
+      error = "bad regular expression " + text + ": " + reason;
+    } else {
+      key.regex.reset(compiled.release(), [](regex_t* re) {
+        regfree(re);
+        delete re;
+      });
     }
   }
   return key;
@@ -359,7 +367,7 @@ const Answer* Scenario::answerFor(Key::Kind kind, const std::string& line,
     if (matches && kind == Key::kWord)
       matches = key.text == word;
     else if (key.kind == Key::kRegex && kind == Key::kWord)
-      matches = std::regex_search(line, key.regex);
+      matches = regexec(key.regex.get(), line.c_str(), 0, nullptr, 0) == 0;
     if (!matches) continue;
     ++key.seen;
     if (auto it = key.numbered.find(key.seen); it != key.numbered.end()) return &it->second;
