@@ -142,34 +142,61 @@ bool ChildProcess::start(const std::vector<std::string>& argv, const EnvChanges&
   return true;
 }
 
-void ChildProcess::readLoop() {
+// Takes what one of the child's outputs has; false when nothing was there.
+bool ChildProcess::readReady(pollfd& fd) {
+  if (!(fd.revents & (POLLIN | POLLHUP | POLLERR))) return false;
   char buffer[65536];
+  ssize_t n = read(fd.fd, buffer, sizeof buffer);
+  if (n < 0) return errno == EINTR;
+  std::lock_guard lock(mutex);
+  bool isStdout = fd.fd == stdoutFd;
+  if (n > 0) {
+    (isStdout ? out : err).append(buffer, static_cast<size_t>(n));
+  } else {
+    closeFd(isStdout ? stdoutFd : stderrFd);
+    outEof = outEof || isStdout;
+  }
+  changed.notify_all();
+  return true;
+}
+
+// A wake byte 'q' ends the loop; 'd' asks for everything already in the pipes to be taken
+// before `drains` counts up, so a reaped child's last words are never missed.
+void ChildProcess::readLoop() {
   for (;;) {
     pollfd fds[3] = {{wakeFd[0], POLLIN, 0}, {stdoutFd, POLLIN, 0}, {stderrFd, POLLIN, 0}};
     if (poll(fds, 3, -1) < 0) {
       if (errno == EINTR) continue;
       return;
     }
-    if (fds[0].revents) return;
-    for (int i : {1, 2}) {
-      if (!(fds[i].revents & (POLLIN | POLLHUP | POLLERR))) continue;
-      ssize_t n = read(fds[i].fd, buffer, sizeof buffer);
-      if (n < 0 && errno == EINTR) continue;
-      std::lock_guard lock(mutex);
-      if (n > 0) {
-        (i == 1 ? out : err).append(buffer, static_cast<size_t>(n));
-      } else {
-        closeFd(i == 1 ? stdoutFd : stderrFd);
-        outEof = outEof || i == 1;
-      }
-      changed.notify_all();
+    char wake = 0;
+    if (fds[0].revents && read(wakeFd[0], &wake, 1) == 1 && wake == 'q') return;
+    readReady(fds[1]);
+    readReady(fds[2]);
+    if (wake != 'd') continue;
+    for (bool more = true; more;) {
+      pollfd pipes[2] = {{stdoutFd, POLLIN, 0}, {stderrFd, POLLIN, 0}};
+      more = poll(pipes, 2, 0) > 0 && (readReady(pipes[0]) | readReady(pipes[1]));
     }
+    std::lock_guard lock(mutex);
+    ++drains;
+    changed.notify_all();
   }
+}
+
+void ChildProcess::drain(Ms timeout) {
+  unsigned long before;
+  {
+    std::lock_guard lock(mutex);
+    before = drains;
+  }
+  char byte = 'd';
+  if (::write(wakeFd[1], &byte, 1) == 1) waitFor(timeout, [&] { return drains != before; });
 }
 
 void ChildProcess::stopReader() {
   if (reader.joinable()) {
-    char byte = 0;
+    char byte = 'q';
     [[maybe_unused]] ssize_t n = ::write(wakeFd[1], &byte, 1);
     reader.join();
   }
@@ -276,6 +303,7 @@ bool ChildProcess::waitExit(int& status, Ms timeout) {
     pid_t done = waitpid(pid_, &status_, WNOHANG);
     if (done == pid_ || (done < 0 && errno != EINTR)) {
       reaped = true;
+      drain(timeout);
       break;
     }
     if (std::chrono::steady_clock::now() >= deadline) return false;

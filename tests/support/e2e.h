@@ -4,6 +4,7 @@
 // starts is killed by pid or process group, never by name.
 
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <sys/types.h>
 
 #include <chrono>
@@ -79,7 +80,8 @@ class ChildProcess {
 
   bool signal(int sig);       // kill(pid, sig)
   bool signalGroup(int sig);  // killpg(pid, sig)
-  // Waits for the exit and stores the waitpid status; false at the deadline.
+  // Waits for the exit and stores the waitpid status; false at the deadline. Once it is true,
+  // everything the child wrote before it ended is in allStdout() and allStderr().
   bool waitExit(int& status, Ms timeout = kDefaultTimeout);
   // Exit code, or -1 when the child did not end by exit within the deadline.
   int exitCode(Ms timeout = kDefaultTimeout);
@@ -87,6 +89,8 @@ class ChildProcess {
 
  private:
   void readLoop();
+  bool readReady(pollfd& fd);
+  void drain(Ms timeout);
   void stopReader();
   template <class Done>
   bool waitFor(Ms timeout, Done done);
@@ -105,6 +109,7 @@ class ChildProcess {
   size_t consumed = 0;
   std::string err;
   bool outEof = false;
+  unsigned long drains = 0;
 };
 
 // Runs an MI conversation against a started child. One directive a line:
