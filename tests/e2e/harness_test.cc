@@ -19,9 +19,9 @@ TEST(E2eHarness, TranscriptPassesAConversationWithCat) {
 < 1-break-insert main
 > ^done,addr="0x4005d6"
 <~ \^done,addr="0x[0-9a-f]+"
-> 
-< 
-quiet 20
+)"
+                                 "> \n< \n"  // an empty line each way
+                                 R"(quiet 20
 close
 eof
 exit 0
