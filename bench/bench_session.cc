@@ -1,0 +1,253 @@
+// What the program costs a session: the latency it adds to a round trip, the CPU it burns while
+// idle, and how fast it passes engine output on. Each is measured against the fake engine from
+// the tests, through the program and, for comparison, with the engine driven directly.
+#include <benchmark/benchmark.h>
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <stdlib.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+const std::string kWem = WEM_BINARY_DIR "/bin/wem";
+const std::string kFakeEngine = WEM_BINARY_DIR "/bin/fake_engine";
+
+// A child on two pipes, in a process group of its own. Reads wait with poll and a deadline, so
+// a broken run ends the benchmark instead of hanging it. The destructor ends the child (and the
+// engines the program started, which close their input when the program goes).
+class Child {
+ public:
+  Child(const std::vector<std::string>& argv, const std::vector<std::string>& env) {
+    int in[2], out[2];
+    if (pipe(in) != 0 || pipe(out) != 0) return;
+    pid = fork();
+    if (pid == 0) {
+      setpgid(0, 0);
+      dup2(in[0], 0);
+      dup2(out[1], 1);
+      close(in[1]);
+      close(out[0]);
+      // No log, as in ordinary use, and no scenario unless one is given.
+      unsetenv("WEM_LOG");
+      unsetenv("WEM_FAKE_SCENARIO");
+      for (const std::string& pair : env)
+        if (!pair.empty()) putenv(const_cast<char*>(pair.c_str()));
+      std::vector<char*> args;
+      for (const std::string& arg : argv) args.push_back(const_cast<char*>(arg.c_str()));
+      args.push_back(nullptr);
+      execv(args[0], args.data());
+      _exit(127);
+    }
+    close(in[0]);
+    close(out[1]);
+    toChild = in[1];
+    fromChild = out[0];
+  }
+  ~Child() {
+    if (toChild >= 0) close(toChild);
+    if (pid > 0) {
+      kill(pid, SIGTERM);
+      const auto deadline = Clock::now() + std::chrono::seconds(5);
+      int status;
+      while (waitpid(pid, &status, WNOHANG) == 0) {
+        if (Clock::now() > deadline) {
+          killpg(pid, SIGKILL);
+          waitpid(pid, &status, 0);
+          break;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+      }
+    }
+    if (fromChild >= 0) close(fromChild);
+  }
+  Child(const Child&) = delete;
+  Child& operator=(const Child&) = delete;
+
+  bool write(const std::string& text) {
+    return ::write(toChild, text.data(), text.size()) == ssize_t(text.size());
+  }
+  // Reads until the received text ends with `end`; the lines before it are counted.
+  bool readUntil(const std::string& end, long* lines = nullptr,
+                 std::chrono::seconds limit = std::chrono::seconds(30)) {
+    const auto deadline = Clock::now() + limit;
+    char buffer[65536];
+    for (;;) {
+      if (received.size() >= end.size() &&
+          received.compare(received.size() - end.size(), end.size(), end) == 0) {
+        if (lines) *lines = std::count(received.begin(), received.end(), '\n');
+        received.clear();
+        return true;
+      }
+      pollfd ready = {fromChild, POLLIN, 0};
+      const auto left =
+          std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
+      if (left.count() <= 0 || poll(&ready, 1, int(left.count())) <= 0) return false;
+      const ssize_t count = read(fromChild, buffer, sizeof buffer);
+      if (count <= 0) return false;
+      received.append(buffer, size_t(count));
+    }
+  }
+
+  pid_t pid = -1;
+
+ private:
+  int toChild = -1;
+  int fromChild = -1;
+  std::string received;
+};
+
+std::string writeScenario(const std::string& name, const std::string& text) {
+  const std::string path = "/tmp/wem-bench-" + std::to_string(getpid()) + "-" + name;
+  std::ofstream(path) << text;
+  return path;
+}
+
+// No scenario leaves the fake's default: every command answered "^done" at once.
+std::string scenarioSetting(const std::string& scenario) {
+  return scenario.empty() ? "" : "WEM_FAKE_SCENARIO=" + scenario;
+}
+
+// The program on one fake engine, past its greeting.
+struct WemOnFake {
+  explicit WemOnFake(const std::string& scenario = "")
+      : child({kWem, "--interpreter=mi"}, {"ZUBC_HOST=" + kFakeEngine, scenarioSetting(scenario)}) {
+    ready = child.readUntil("=thread-group-added,id=\"i1\"\n(gdb)\n");
+  }
+  Child child;
+  bool ready = false;
+};
+
+struct FakeAlone {
+  explicit FakeAlone(const std::string& scenario = "")
+      : child({kFakeEngine}, {scenarioSetting(scenario)}) {
+    ready = child.readUntil("(gdb)\n");
+  }
+  Child child;
+  bool ready = false;
+};
+
+double percentile(std::vector<double> samples, double fraction) {
+  if (samples.empty()) return 0;
+  std::sort(samples.begin(), samples.end());
+  return samples[std::min(samples.size() - 1, size_t(fraction * double(samples.size())))];
+}
+
+// One "-gdb-set" answered at once by the engine, timed from the write to the prompt after the
+// reply. Median and 99th percentile are reported in microseconds.
+template <class Target>
+void roundTrip(benchmark::State& state) {
+  Target target;
+  if (!target.ready) {
+    state.SkipWithError("the program or the fake engine did not start");
+    return;
+  }
+  std::vector<double> samples;
+  long token = 0;
+  for (auto _ : state) {
+    const std::string id = std::to_string(++token);
+    const auto start = Clock::now();
+    if (!target.child.write(id + "-gdb-set width 0\n") ||
+        !target.child.readUntil(id + "^done\n(gdb)\n")) {
+      state.SkipWithError("no answer");
+      return;
+    }
+    const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
+    state.SetIterationTime(seconds);
+    samples.push_back(seconds * 1e6);
+  }
+  state.counters["p50_us"] = percentile(samples, 0.5);
+  state.counters["p99_us"] = percentile(samples, 0.99);
+}
+
+void BM_RoundTripEngineDirect(benchmark::State& state) { roundTrip<FakeAlone>(state); }
+void BM_RoundTripThroughWem(benchmark::State& state) { roundTrip<WemOnFake>(state); }
+BENCHMARK(BM_RoundTripEngineDirect)
+    ->UseManualTime()
+    ->Iterations(2000)
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_RoundTripThroughWem)->UseManualTime()->Iterations(2000)->Unit(benchmark::kMicrosecond);
+
+// CPU time (user + system, from /proc) of the program over 10 seconds with one idle engine.
+double cpuSeconds(pid_t pid) {
+  std::ifstream in("/proc/" + std::to_string(pid) + "/stat");
+  std::string stat((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  std::istringstream fields(stat.substr(stat.rfind(')') + 2));
+  std::string field;
+  long utime = 0, stime = 0;
+  for (int i = 3; i <= 15 && fields >> field; ++i) {
+    if (i == 14) utime = std::stol(field);
+    if (i == 15) stime = std::stol(field);
+  }
+  return double(utime + stime) / double(sysconf(_SC_CLK_TCK));
+}
+
+void BM_IdleCpuOver10Seconds(benchmark::State& state) {
+  WemOnFake wem;
+  if (!wem.ready) {
+    state.SkipWithError("the program did not start");
+    return;
+  }
+  for (auto _ : state) {
+    const double before = cpuSeconds(wem.child.pid);
+    std::this_thread::sleep_for(std::chrono::seconds(10));
+    const double used = cpuSeconds(wem.child.pid) - before;
+    state.counters["cpu_ms_per_10s"] = used * 1000;
+    state.counters["cpu_percent"] = used * 10;
+  }
+}
+BENCHMARK(BM_IdleCpuOver10Seconds)->Iterations(1)->Unit(benchmark::kSecond);
+
+// Lines of engine log-stream output per second that reach the user during one command.
+constexpr long kFloodLines = 200000;
+
+template <class Target>
+void flood(benchmark::State& state) {
+  const std::string scenario =
+      writeScenario("flood", "on -gdb-set @flood " + std::to_string(kFloodLines) +
+                                 " &\"a line of engine output of ordinary length\\n\"\n"
+                                 "on -gdb-set $TOKEN^done\n");
+  Target target(scenario);
+  if (!target.ready) {
+    state.SkipWithError("the program or the fake engine did not start");
+    return;
+  }
+  long token = 0;
+  for (auto _ : state) {
+    const std::string id = std::to_string(++token);
+    long lines = 0;
+    if (!target.child.write(id + "-gdb-set width 0\n") ||
+        !target.child.readUntil(id + "^done\n(gdb)\n", &lines, std::chrono::seconds(120))) {
+      state.SkipWithError("the flood did not end");
+      break;
+    }
+    if (lines < kFloodLines) {
+      state.SkipWithError("lines were lost");
+      break;
+    }
+  }
+  state.counters["lines_per_s"] =
+      benchmark::Counter(double(kFloodLines), benchmark::Counter::kIsIterationInvariantRate);
+  unlink(scenario.c_str());
+}
+
+void BM_FloodEngineDirect(benchmark::State& state) { flood<FakeAlone>(state); }
+void BM_FloodThroughWem(benchmark::State& state) { flood<WemOnFake>(state); }
+BENCHMARK(BM_FloodEngineDirect)->Iterations(3)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_FloodThroughWem)->Iterations(3)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+}  // namespace
+
+BENCHMARK_MAIN();
