@@ -1,0 +1,242 @@
+// Execution control costs.
+// - BM_CombinedStopRecord: from the last of four engines' "*stopped" lines (one host, three
+//   cards) reaching the execution command to the combined "*stopped" record queued for the user.
+// - BM_ContinueStopCycleFakeEngines: one whole continue/stop cycle through the session loop with
+//   one host and three card fake engines: four "^running", four stops (each engine stops 1 ms
+//   after accepting), the interrupts the first stop sends, one record for the user.
+// - BM_ContinueStopCycle/0 and /1: one "-exec-continue" to the next breakpoint hit of a looping
+//   program, stock gdb driven directly (0) against the same gdb driven through wem (1).
+#include <benchmark/benchmark.h>
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <stdlib.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "base/log.h"
+#include "commands/exec_cmd.h"
+#include "engine/ctrl_module.h"
+#include "session/mi_session.h"
+
+namespace {
+
+const std::string kFakeEngine = WEM_BINARY_DIR "/bin/fake_engine";
+const std::string kWem = WEM_BINARY_DIR "/bin/wem";
+
+// A gdb-like stop record of realistic size.
+std::string stopLine(const std::string& threadId) {
+  return "*stopped,reason=\"breakpoint-hit\",disp=\"keep\",bkptno=\"1\",frame={addr="
+         "\"0x0000555555555153\",func=\"sum_of_squares\",args=[{name=\"count\",value=\"2\"}],"
+         "file=\"sample.c\",fullname=\"/work/examples/sample.c\",line=\"7\",arch=\"i386:x86-64\"},"
+         "thread-id=\"" +
+         threadId + "\",stopped-threads=\"all\",core=\"1\"\n";
+}
+
+void drainUser(CtrlModule& ctrl) {
+  std::string piece;
+  while (ctrl.userOutput.tryTake(piece)) {
+  }
+}
+
+void BM_CombinedStopRecord(benchmark::State& state) {
+  QuietStream log;
+  Options options;
+  CtrlModule ctrl(log);  // never started: no engines, no user threads
+  MiSession session(ctrl, options);
+  const std::vector<std::string> zubIds = {"i1", "vek1", "vek2", "vek3"};
+  const std::string line = stopLine("1");
+  for (auto _ : state) {
+    state.PauseTiming();
+    ExecCmd cmd("5-exec-continue\n", false);
+    cmd.runningZubIds.insert(zubIds.begin(), zubIds.end());
+    for (size_t i = 0; i + 1 < zubIds.size(); ++i) cmd.handleResponse(session, zubIds[i], line);
+    state.ResumeTiming();
+    cmd.handleResponse(session, zubIds.back(), line);
+    state.PauseTiming();
+    if (!cmd.isFinished()) state.SkipWithError("the last stop did not finish the command");
+    drainUser(ctrl);
+    state.ResumeTiming();
+  }
+}
+BENCHMARK(BM_CombinedStopRecord);
+
+std::string writeFile(const std::string& path, const std::string& text) {
+  std::ofstream(path) << text;
+  return path;
+}
+
+void removeDir(const std::string& dir) {
+  if (system(("rm -rf " + dir).c_str()) != 0) fprintf(stderr, "cannot remove %s\n", dir.c_str());
+}
+
+void BM_ContinueStopCycleFakeEngines(benchmark::State& state) {
+  char dirTemplate[] = "/tmp/bench_exec_XXXXXX";
+  const std::string dir = mkdtemp(dirTemplate);
+  // Every engine stops by itself 1 ms after accepting, so that all have accepted before the first
+  // stop. The interrupts that the first stop sends meet engines that stop anyway: like a real
+  // engine whose program already stopped, they answer them with a bare prompt.
+  const std::string scenario = writeFile(dir + "/engine.scn",
+                                         "on -exec-continue $TOKEN^running\n"
+                                         "on -exec-continue @sleep 1\n"
+                                         "on -exec-continue " +
+                                             stopLine("1") + "on SIGINT\n");
+  setenv("WEM_FAKE_SCENARIO", scenario.c_str(), 1);
+  setenv("WEM_FAKE_CARD_SCENARIO", scenario.c_str(), 1);
+  QuietStream log;
+  Options options;
+  CtrlModule ctrl(log);
+  MiSession session(ctrl, options);
+  std::string id;
+  const char* hostArgv[] = {"engine", "-i=mi", nullptr};
+  bool started = session.spawnZub(hostArgv, "i", id);
+  for (int card = 0; card < 3; ++card) {
+    const char* cardArgv[] = {"engine", "-i=mi", "-rconnect=tcpip:1.2.3.4:2000", nullptr};
+    started = session.spawnZub(cardArgv, "vek", id) && started;
+  }
+  session.currentZubId = "i1";
+  if (!started) state.SkipWithError("cannot start the fake engines");
+  for (auto _ : state) {
+    if (!started) break;
+    ExecCmd cmd("7-exec-continue\n", false);
+    if (!session.runCmd(cmd)) {
+      state.SkipWithError("the cycle failed");
+      break;
+    }
+    drainUser(ctrl);
+  }
+  session.stop();
+  removeDir(dir);
+}
+BENCHMARK(BM_ContinueStopCycleFakeEngines)->Unit(benchmark::kMicrosecond)->UseRealTime();
+
+// A child on pipes in a process group of its own, read line by line with a deadline.
+class PipedChild {
+ public:
+  bool start(const std::vector<std::string>& argv, const std::vector<std::string>& env) {
+    int in[2], out[2];
+    if (pipe(in) != 0 || pipe(out) != 0) return false;
+    pid = fork();
+    if (pid < 0) return false;
+    if (pid == 0) {
+      setpgid(0, 0);
+      dup2(in[0], 0);
+      dup2(out[1], 1);
+      int null = open("/dev/null", O_WRONLY);
+      dup2(null, 2);
+      for (int fd : {in[0], in[1], out[0], out[1], null}) close(fd);
+      for (const std::string& pair : env) putenv(const_cast<char*>(pair.c_str()));
+      std::vector<char*> args;
+      for (const std::string& arg : argv) args.push_back(const_cast<char*>(arg.c_str()));
+      args.push_back(nullptr);
+      execvp(args[0], args.data());
+      _exit(127);
+    }
+    close(in[0]);
+    close(out[1]);
+    toChild = in[1];
+    fromChild = out[0];
+    return true;
+  }
+
+  // Asks the debugger to exit, so that it ends its program (and wem its engine) itself; kills
+  // the process group after five seconds.
+  ~PipedChild() {
+    if (pid <= 0) return;
+    send("9-gdb-exit\n");
+    close(toChild);
+    for (int waited = 0; waited < 500 && waitpid(pid, nullptr, WNOHANG) == 0; ++waited)
+      usleep(10000);
+    if (kill(pid, 0) == 0) {
+      kill(-pid, SIGKILL);
+      waitpid(pid, nullptr, 0);
+    }
+    close(fromChild);
+  }
+
+  bool send(const std::string& line) {
+    return write(toChild, line.data(), line.size()) == static_cast<ssize_t>(line.size());
+  }
+
+  // Reads lines until one contains `needle`; false after ten seconds.
+  bool waitFor(const std::string& needle) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    for (;;) {
+      for (size_t end; (end = buffer.find('\n')) != std::string::npos;) {
+        bool found = buffer.substr(0, end).find(needle) != std::string::npos;
+        buffer.erase(0, end + 1);
+        if (found) return true;
+      }
+      auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+          deadline - std::chrono::steady_clock::now());
+      pollfd fd = {fromChild, POLLIN, 0};
+      if (left.count() <= 0 || poll(&fd, 1, left.count()) <= 0) return false;
+      char bytes[4096];
+      ssize_t n = read(fromChild, bytes, sizeof bytes);
+      if (n <= 0) return false;
+      buffer.append(bytes, n);
+    }
+  }
+
+ private:
+  pid_t pid = -1;
+  int toChild = -1;
+  int fromChild = -1;
+  std::string buffer;
+};
+
+// A program whose breakpoint is hit again on every continue, for as long as anyone asks.
+std::string buildLoopProgram(const std::string& dir) {
+  const std::string source = writeFile(dir + "/loop.c",
+                                       "volatile unsigned long hits;\n"
+                                       "void hit(void) { hits++; }\n"
+                                       "int main(void) { for (;;) hit(); }\n");
+  const std::string program = dir + "/loop";
+  if (system(("cc -g -O0 -o " + program + " " + source + " 2>/dev/null").c_str()) != 0) return "";
+  return program;
+}
+
+void BM_ContinueStopCycle(benchmark::State& state) {
+  const bool throughWem = state.range(0) == 1;
+  state.SetLabel(throughWem ? "through wem" : "gdb directly");
+  char dirTemplate[] = "/tmp/bench_exec_XXXXXX";
+  const std::string dir = mkdtemp(dirTemplate);
+  const std::string program = buildLoopProgram(dir);
+  PipedChild child;
+  bool ready = !program.empty();
+  if (ready && throughWem)
+    ready = child.start({kWem, "--interpreter=mi", program}, {"ZUBC_HOST=gdb"});
+  else if (ready)
+    ready = child.start({"gdb", "--interpreter=mi", program}, {});
+  ready = ready && child.send("1-break-insert hit\n") && child.waitFor("1^done") &&
+          child.send("2-exec-run\n") && child.waitFor("*stopped,reason=\"breakpoint-hit\"");
+  if (!ready) state.SkipWithError("cannot start the program under gdb");
+  for (auto _ : state) {
+    if (!ready) break;
+    if (!child.send("3-exec-continue\n") || !child.waitFor("*stopped,reason=\"breakpoint-hit\"")) {
+      state.SkipWithError("no stop within ten seconds");
+      break;
+    }
+  }
+  removeDir(dir);
+}
+BENCHMARK(BM_ContinueStopCycle)->Arg(0)->Arg(1)->Unit(benchmark::kMicrosecond)->UseRealTime();
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  // The engine executables are read once per process: the fake engine for the in-process cases.
+  setenv("ZUBC_HOST", kFakeEngine.c_str(), 1);
+  setenv("ZUBC_VEK", kFakeEngine.c_str(), 1);
+  signal(SIGPIPE, SIG_IGN);
+  benchmark::Initialize(&argc, argv);
+  benchmark::RunSpecifiedBenchmarks();
+  benchmark::Shutdown();
+  return 0;
+}
