@@ -305,6 +305,16 @@ TEST(ExecCmd, EngineProtocolViolationsEndTheSession) {
   }
 }
 
+TEST(ExecCmd, HostProgramWithoutItsHostEngineCannotBeRun) {
+  Rig rig;
+  rig.startCard(kRunsUntilInterrupted);
+  rig.session.currentZubId = "vek1";
+  EXPECT_FALSE(rig.run("1-exec-continue"));
+  EXPECT_NE(rig.logText().find("\nFailed to send command to i1.\n"), std::string::npos);
+  EXPECT_NE(rig.logText().find("\nFailed to to launch cmd: 1-exec-continue\n"), std::string::npos);
+  EXPECT_EQ(rig.userOutput(), "");
+}
+
 TEST(ExecCmd, QuitWithTwoEnginesRemovesBothAndEndsTheSession) {
   Rig rig;
   rig.startHost("on quit $TOKEN^exit\non quit @exit 0\n");
