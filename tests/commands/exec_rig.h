@@ -13,7 +13,6 @@
 #include <condition_variable>
 #include <map>
 #include <mutex>
-#include <regex>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -130,8 +129,15 @@ class Rig {
 
   // The log without the record numbers.
   std::string logText() const {
-    static const std::regex number("(^|\n)[0-9]+: ");
-    return std::regex_replace(log.str(), number, "$1");
+    std::istringstream lines(log.str());
+    std::string text, line;
+    while (std::getline(lines, line)) {
+      size_t digits = line.find_first_not_of("0123456789");
+      if (digits > 0 && digits != std::string::npos && line.compare(digits, 2, ": ") == 0)
+        line.erase(0, digits + 2);
+      text += line + "\n";
+    }
+    return text;
   }
 
   // Ends the session as the entry point does; afterwards no engine process may be left.

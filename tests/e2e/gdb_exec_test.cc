@@ -7,7 +7,6 @@
 #include <unistd.h>
 
 #include <fstream>
-#include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -38,16 +37,20 @@ std::vector<pid_t> childrenOf(pid_t parent) {
   return children;
 }
 
-// Reads lines until one matches `pattern` (whole line, no newline); the others are skipped.
-testing::AssertionResult readUntilMatch(e2e::ChildProcess& child, const std::string& pattern,
-                                        std::string& line) {
-  const std::regex wanted(pattern);
+// Reads lines until one begins with `prefix`; the others are skipped. `line` gets it without
+// its newline.
+testing::AssertionResult readUntilPrefix(e2e::ChildProcess& child, const std::string& prefix,
+                                         std::string& line) {
   while (child.readLine(line, e2e::Ms(15000))) {
     line.pop_back();
-    if (std::regex_match(line, wanted)) return testing::AssertionSuccess();
+    if (line.starts_with(prefix)) return testing::AssertionSuccess();
   }
   return testing::AssertionFailure()
-         << "no line matching " << pattern << "; unread: " << child.unread();
+         << "no line beginning with " << prefix << "; unread: " << child.unread();
+}
+
+bool contains(const std::string& text, const std::string& piece) {
+  return text.find(piece) != std::string::npos;
 }
 
 class GdbExec : public testing::Test {
@@ -77,19 +80,19 @@ TEST_F(GdbExec, BreakpointRunStepStackContinueToExitAndQuit) {
 
   std::string line;
   wem.writeLine("1-break-insert sum_of_squares");
-  ASSERT_TRUE(
-      readUntilMatch(wem, R"(1\^done,bkpt=\{number="1",.*func="sum_of_squares".*\})", line));
+  ASSERT_TRUE(readUntilPrefix(wem, "1^done,bkpt={number=\"1\",", line));
+  EXPECT_TRUE(contains(line, "func=\"sum_of_squares\"")) << line;
   ASSERT_TRUE(wem.expect("(gdb)\n"));
 
   // gdb also gets the offload breakpoint first, which it can only keep pending; the user never
   // sees that reply.
   wem.writeLine("2-exec-run");
-  ASSERT_TRUE(readUntilMatch(wem, R"(2\^running)", line));
+  ASSERT_TRUE(readUntilPrefix(wem, "2^running", line));
   ASSERT_TRUE(wem.expect("*running,thread-id=\"all\"\n(gdb)\n"));
-  ASSERT_TRUE(readUntilMatch(wem, R"(2\*stopped,reason="breakpoint-hit",.*)", line));
-  EXPECT_NE(line.find("bkptno=\"1\""), std::string::npos) << line;
-  EXPECT_NE(line.find("func=\"sum_of_squares\""), std::string::npos) << line;
-  EXPECT_NE(line.find("thread-id=\"1\""), std::string::npos) << line;
+  ASSERT_TRUE(readUntilPrefix(wem, "2*stopped,reason=\"breakpoint-hit\",", line));
+  EXPECT_TRUE(contains(line, "bkptno=\"1\"")) << line;
+  EXPECT_TRUE(contains(line, "func=\"sum_of_squares\"")) << line;
+  EXPECT_TRUE(contains(line, "thread-id=\"1\"")) << line;
 
   std::vector<pid_t> gdbs = childrenOf(wem.pid());
   ASSERT_EQ(gdbs.size(), 1u);
@@ -98,12 +101,13 @@ TEST_F(GdbExec, BreakpointRunStepStackContinueToExitAndQuit) {
   leftovers = {gdbs[0], programs[0]};
 
   wem.writeLine("3-exec-next");
-  ASSERT_TRUE(readUntilMatch(wem, R"(3\^running)", line));
+  ASSERT_TRUE(readUntilPrefix(wem, "3^running", line));
   ASSERT_TRUE(wem.expect("*running,thread-id=\"all\"\n(gdb)\n"));
-  ASSERT_TRUE(readUntilMatch(wem, R"(3\*stopped,reason="end-stepping-range",.*)", line));
+  ASSERT_TRUE(readUntilPrefix(wem, "3*stopped,reason=\"end-stepping-range\",", line));
 
   wem.writeLine("4-stack-list-frames");
-  ASSERT_TRUE(readUntilMatch(wem, R"(4\^done,stack=\[.*func="main".*\])", line));
+  ASSERT_TRUE(readUntilPrefix(wem, "4^done,stack=[", line));
+  EXPECT_TRUE(contains(line, "func=\"main\"")) << line;
   ASSERT_TRUE(wem.expect("(gdb)\n"));
 
   wem.writeLine("5-break-delete 1");
@@ -111,13 +115,13 @@ TEST_F(GdbExec, BreakpointRunStepStackContinueToExitAndQuit) {
 
   // The program's own output reaches the user; its exit ends the command.
   wem.writeLine("6-exec-continue");
-  ASSERT_TRUE(readUntilMatch(wem, R"(6\^running)", line));
+  ASSERT_TRUE(readUntilPrefix(wem, "6^running", line));
   ASSERT_TRUE(wem.expect("*running,thread-id=\"all\"\n(gdb)\n"));
-  ASSERT_TRUE(readUntilMatch(wem, "round 2: 49", line));
-  ASSERT_TRUE(readUntilMatch(wem, R"(6\*stopped,reason="exited-normally")", line));
+  ASSERT_TRUE(readUntilPrefix(wem, "round 2: 49", line));
+  ASSERT_TRUE(readUntilPrefix(wem, "6*stopped,reason=\"exited-normally\"", line));
 
   wem.writeLine("7-gdb-exit");
-  ASSERT_TRUE(readUntilMatch(wem, R"(7\^exit)", line));
+  ASSERT_TRUE(readUntilPrefix(wem, "7^exit", line));
   std::string rest;
   EXPECT_TRUE(wem.readToEof(rest, e2e::Ms(15000)));
   EXPECT_EQ(wem.exitCode(e2e::Ms(15000)), 0);
