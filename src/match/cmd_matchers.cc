@@ -189,6 +189,9 @@ void replaceRegisterList(std::string const& command, std::list<unsigned int> con
   boost::smatch m;
   if (!searchText(re, command, m)) return;
   std::string spliced = m[1].str();
-  for (unsigned int number : registers) spliced += " " + std::to_string(number);
+  for (unsigned int number : registers) {
+    spliced += ' ';
+    spliced += std::to_string(number);
+  }
   out = spliced + "\n";
 }
