@@ -4,11 +4,11 @@
 
 #include <string>
 
-#include "commands/exec_rig.h"
+#include "support/session_rig.h"
 
 namespace {
 
-using exec_rig::Rig;
+using Rig = SessionRig;
 
 // Each engine numbers breakpoints its own way; the card's records say where they come from.
 const char kHostBreakpoints[] = R"(

@@ -7,11 +7,11 @@
 #include <thread>
 
 #include "base/signals.h"
-#include "commands/exec_rig.h"
+#include "support/session_rig.h"
 
 namespace {
 
-using exec_rig::Rig;
+using Rig = SessionRig;
 
 // A host that runs until a breakpoint 100 ms later, or until interrupted.
 const char kHostStopsAtBreakpoint[] = R"(

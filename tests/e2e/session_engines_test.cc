@@ -1,117 +1,16 @@
 // Sessions with several engines at once, which the program itself only builds through commands
-// of its own: the session runs in process, on a controller whose user channel is never started,
-// so everything meant for the user stays in its output queue for the test to read.
+// of its own: the session runs in process, so everything meant for the user stays in its output
+// queue for the test to read.
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <stdlib.h>
 
-#include <condition_variable>
-#include <mutex>
-#include <sstream>
 #include <string>
-#include <thread>
 
-#include "base/signals.h"
 #include "commands/mi_cmd.h"
-#include "engine/ctrl_module.h"
-#include "session/mi_session.h"
-#include "support/e2e.h"
+#include "support/session_rig.h"
 
 namespace {
 
-class SessionEngines : public testing::Test {
- protected:
-  SessionEngines() {
-    // A controller that is never started leaves SIGPIPE to us; a dead engine must not kill the
-    // test. The engine executables are read once per process, so both are always the fake.
-    signal(SIGPIPE, SIG_IGN);
-    setenv("ZUBC_HOST", e2e::fakeEnginePath().c_str(), 1);
-    setenv("ZUBC_VEK", e2e::fakeEnginePath().c_str(), 1);
-    setenv("WEM_FAKE_TRANSCRIPT", (dir.path() + "/engine-%r%c-%p.txt").c_str(), 1);
-    unsetenv("WEM_FAKE_SCENARIO");
-    unsetenv("WEM_FAKE_CARD_SCENARIO");
-    sigIntPending = false;
-    sigQuitPending = false;
-    sigTermPending = false;
-  }
-  ~SessionEngines() override {
-    session.stop();
-    for (const e2e::EngineTranscript& engine : e2e::findEngineTranscripts(dir.path()))
-      e2e::killIfAlive(engine.pid);
-  }
-
-  // Engines started from now on play these scenarios.
-  void hostPlays(const std::string& scenario) {
-    setenv("WEM_FAKE_SCENARIO", dir.write("host" + std::to_string(++files), scenario).c_str(), 1);
-  }
-  void cardPlays(const std::string& scenario) {
-    setenv("WEM_FAKE_CARD_SCENARIO", dir.write("card" + std::to_string(++files), scenario).c_str(),
-           1);
-  }
-
-  std::string spawnHost() {
-    const char* argv[] = {"engine", "-i=mi", nullptr};
-    std::string id;
-    EXPECT_TRUE(session.spawnZub(argv, "i", id));
-    return id;
-  }
-  std::string spawnCard(const std::string& cardId, const std::string& rconnect) {
-    const std::string cardArg = "-wem-cardid=" + cardId;
-    const char* argv[] = {"engine", "-wem-launch=1",  cardArg.c_str(), "-i=mi",
-                          "-tco",   rconnect.c_str(), nullptr};
-    std::string id;
-    EXPECT_TRUE(session.spawnZub(argv, "vek", id));
-    return id;
-  }
-
-  // Runs the commands of one user line as the loop does, each to completion. A watchdog raises
-  // the quit flag after `limit`, which makes a command that never finishes give up.
-  bool run(const std::string& line, e2e::Ms limit = e2e::Ms(5000)) {
-    MiCmdQueue queue;
-    session.parseCmd(line, queue);
-    std::mutex mutex;
-    std::condition_variable finished;
-    bool done = false;
-    std::thread watchdog([&] {
-      std::unique_lock<std::mutex> lock(mutex);
-      if (!finished.wait_for(lock, limit, [&] { return done; })) sigQuitPending = true;
-    });
-    bool ran = true;
-    for (const MiCmdPtr& cmd : queue) ran = session.runCmd(*cmd) && ran;
-    {
-      std::lock_guard<std::mutex> lock(mutex);
-      done = true;
-    }
-    finished.notify_one();
-    watchdog.join();
-    sigQuitPending = false;
-    return ran;
-  }
-
-  std::string userOutput() {
-    std::string all;
-    for (std::string text; ctrl.userOutput.tryTake(text);) all += text;
-    return all;
-  }
-  std::string received(const std::string& role, const std::string& cardId = "") {
-    for (const e2e::EngineTranscript& engine : e2e::findEngineTranscripts(dir.path()))
-      if (engine.role == role && engine.cardId == cardId) return e2e::readFile(engine.path);
-    return "";
-  }
-  std::string group(const std::string& id) {
-    std::string text;
-    const auto found = session.threadGroups.find(id);
-    if (found != session.threadGroups.end()) found->second.printToString(text);
-    return text;
-  }
-
-  e2e::TempDir dir;
-  int files = 0;
-  std::ostringstream log;
-  CtrlModule ctrl{log};
-  Options options;
-  MiSession session{ctrl, options};
-};
+class SessionEngines : public testing::Test, public SessionRig {};
 
 TEST_F(SessionEngines, BroadcastSettingAnswersOnceWithTheFirstEngineAfterAllAnswered) {
   hostPlays(
@@ -135,7 +34,7 @@ TEST_F(SessionEngines, BroadcastSettingAnswersOnceWithTheFirstEngineAfterAllAnsw
   EXPECT_EQ(userOutput(), "14^error,msg=\"two\"\n(gdb)\n");
 
   EXPECT_EQ(session.currentZubId, "");  // only the session start sets it
-  EXPECT_EQ(received("host").substr(0, 19), "12-gdb-set width 0\n");
+  EXPECT_EQ(received("i1").substr(0, 19), "12-gdb-set width 0\n");
 }
 
 TEST_F(SessionEngines, SecondResultOfAnEngineIsIgnored) {
@@ -190,11 +89,7 @@ TEST_F(SessionEngines, ThreadsOfTwoEnginesGetOneUserNumbering) {
   std::string engineId, engineThreadId;
   ASSERT_TRUE(session.threadIdTable.fromExtThreadId("3", engineId, engineThreadId));
   EXPECT_EQ(engineId + ":" + engineThreadId, "i2:2");
-  bool sentInEngineNumbering = false;
-  for (const e2e::EngineTranscript& engine : e2e::findEngineTranscripts(dir.path()))
-    sentInEngineNumbering |=
-        e2e::readFile(engine.path).find("8-stack-info-depth --thread 2") != std::string::npos;
-  EXPECT_TRUE(sentInEngineNumbering);
+  EXPECT_NE(received("i2").find("8-stack-info-depth --thread 2\n"), std::string::npos);
 }
 
 TEST_F(SessionEngines, CardEngineEventsAreReportedAsPartOfGroupI1) {

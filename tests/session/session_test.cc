@@ -3,9 +3,17 @@
 #include "base/signals.h"
 #include "commands/exit_cmd.h"
 #include "commands/passthrough_cmds.h"
-#include "session/session_fixture.h"
+#include "support/session_rig.h"
 
 namespace {
+
+// Engines the session starts itself are `true`, which ends at once: enough to register a group
+// and reap it. Shell engines that would not obey an exit are killed at the end.
+class SessionFixture : public testing::Test, public SessionRig {
+ protected:
+  SessionFixture() : SessionRig("true") {}
+  ~SessionFixture() override { killEngines(); }
+};
 
 template <typename Cmd>
 bool queuedAs(const MiCmdQueue& queue, size_t index) {
@@ -22,7 +30,7 @@ TEST_F(Dispatch, LinesWithoutCommandWordGetABarePromptAndQueueNothing) {
   for (const char* line : {"\n", "   \n", "*weird\n", "12\n", "Quit\n"})
     EXPECT_TRUE(session.parseCmd(line, queue)) << line;
   EXPECT_TRUE(queue.empty());
-  EXPECT_EQ(userText(), "(gdb)\n(gdb)\n(gdb)\n(gdb)\n(gdb)\n");
+  EXPECT_EQ(userOutput(), "(gdb)\n(gdb)\n(gdb)\n(gdb)\n(gdb)\n");
 }
 
 TEST_F(Dispatch, WordsBecomeTheirCommandClasses) {
@@ -56,7 +64,7 @@ TEST_F(Dispatch, WordsBecomeTheirCommandClasses) {
   EXPECT_TRUE(queuedAs<GdbExitCmd>(queue, 13));
   EXPECT_EQ(queue[13]->cmdId(), "9");
   EXPECT_EQ(queue[13]->cmdName, "quit");
-  EXPECT_EQ(userText(), "");
+  EXPECT_EQ(userOutput(), "");
 }
 
 TEST_F(Dispatch, UnknownAndMiscasedWordsAnswerNotImplementedWithTheirToken) {
@@ -70,7 +78,7 @@ TEST_F(Dispatch, UnknownAndMiscasedWordsAnswerNotImplementedWithTheirToken) {
     EXPECT_TRUE(cmd->launchCmd(session));
     EXPECT_TRUE(cmd->isFinished());
   }
-  EXPECT_EQ(userText(),
+  EXPECT_EQ(userOutput(),
             "5^done,msg=\"Command is not implemented.\"\n(gdb)\n"
             "^done,msg=\"Command is not implemented.\"\n(gdb)\n"
             "^done,msg=\"Command is not implemented.\"\n(gdb)\n");
@@ -85,7 +93,7 @@ TEST_F(Dispatch, InterruptSetsTheFlagAndQueuesNoCommandAndNoReply) {
   }
   sigIntPending = false;
   EXPECT_TRUE(queue.empty());
-  EXPECT_EQ(userText(), "");
+  EXPECT_EQ(userOutput(), "");
 }
 
 TEST_F(Dispatch, CommandFieldsComeFromTheLine) {
@@ -106,7 +114,7 @@ TEST_F(Dispatch, CommandFieldsComeFromTheLine) {
 TEST_F(Events, MiConsoleEscapesQuotesAndNewlinesOnly) {
   session.miConsole("say \"hi\" to C:\\dir\n");
   session.miConsole("");
-  EXPECT_EQ(userText(), "~\"say \\\"hi\\\" to C:\\dir\\n\"\n~\"\"\n");
+  EXPECT_EQ(userOutput(), "~\"say \\\"hi\\\" to C:\\dir\\n\"\n~\"\"\n");
 }
 
 TEST_F(Events, ThreadsOfHostAndCardEnginesGetUserIdsAndGroupNotices) {
@@ -116,14 +124,14 @@ TEST_F(Events, ThreadsOfHostAndCardEnginesGetUserIdsAndGroupNotices) {
 
   session.handleMiEvent("i1", "=thread-created,id=\"1\",group-id=\"i1\",pid=\"42\"\n",
                         "thread-created");
-  EXPECT_EQ(userText(),
+  EXPECT_EQ(userOutput(),
             "=thread-group-started,id=\"i1\",type=\"process\",pid=\"42\"\n"
             "=thread-created,id=\"1\",group-id=\"i1\",pid=\"42\"\n");
   session.handleMiEvent("vek1", "=thread-created,id=\"1\",group-id=\"i1\",pid=\"7\"\n",
                         "thread-created");
-  EXPECT_EQ(userText(), "=thread-created,id=\"2\",group-id=\"i1\",pid=\"7\"\n");
+  EXPECT_EQ(userOutput(), "=thread-created,id=\"2\",group-id=\"i1\",pid=\"7\"\n");
   session.handleMiEvent("i1", "=thread-created,id=\"5\",pid=\"42\"\n", "thread-created");
-  EXPECT_EQ(userText(), "=thread-created,id=\"3\",pid=\"42\",group-id=\"i1\"\n");
+  EXPECT_EQ(userOutput(), "=thread-created,id=\"3\",pid=\"42\",group-id=\"i1\"\n");
 
   std::string printed;
   session.threadGroups.at("vek1").printToString(printed);
@@ -134,19 +142,19 @@ TEST_F(Events, ThreadsOfHostAndCardEnginesGetUserIdsAndGroupNotices) {
   // A thread never reported while others live: logged, still passed on, group stays.
   session.handleMiEvent("i1", "=thread-exited,id=\"9\",group-id=\"i1\"\n", "thread-exited");
   EXPECT_TRUE(logHas("Failed to find thread."));
-  EXPECT_EQ(userText(), "=thread-exited,id=\"4\",group-id=\"i1\"\n");
+  EXPECT_EQ(userOutput(), "=thread-exited,id=\"4\",group-id=\"i1\"\n");
   session.handleMiEvent("i1", "=thread-exited,id=\"1\",group-id=\"i1\"\n", "thread-exited");
-  EXPECT_EQ(userText(), "=thread-exited,id=\"1\",group-id=\"i1\"\n");
+  EXPECT_EQ(userOutput(), "=thread-exited,id=\"1\",group-id=\"i1\"\n");
   session.handleMiEvent("i1", "=thread-exited,id=\"5\",group-id=\"i1\"\n", "thread-exited");
-  EXPECT_EQ(userText(),
+  EXPECT_EQ(userOutput(),
             "=thread-exited,id=\"3\",group-id=\"i1\"\n=thread-group-exited,id=\"i1\"\n");
   // The card's last thread: no group notice of its own.
   session.handleMiEvent("vek1", "=thread-exited,id=\"1\",group-id=\"vek1\"\n", "thread-exited");
-  EXPECT_EQ(userText(), "=thread-exited,id=\"2\",group-id=\"i1\"\n");
+  EXPECT_EQ(userOutput(), "=thread-exited,id=\"2\",group-id=\"i1\"\n");
   // The host group keeps its pid: a new thread starts no group again.
   session.handleMiEvent("i1", "=thread-created,id=\"6\",group-id=\"i1\",pid=\"42\"\n",
                         "thread-created");
-  EXPECT_EQ(userText(), "=thread-created,id=\"5\",group-id=\"i1\",pid=\"42\"\n");
+  EXPECT_EQ(userOutput(), "=thread-created,id=\"5\",group-id=\"i1\",pid=\"42\"\n");
 }
 
 TEST_F(Events, MalformedNotificationsAreLoggedAndNeverShown) {
@@ -164,14 +172,14 @@ TEST_F(Events, MalformedNotificationsAreLoggedAndNeverShown) {
   EXPECT_TRUE(logHas("No thread found."));
   session.handleMiEvent("i1", "=breakpoint-modified,bkpt={number=\"1\"}\n", "breakpoint-modified");
   EXPECT_TRUE(logHas("Ignoring event: =breakpoint-modified,bkpt={number=\"1\"}"));
-  EXPECT_EQ(userText(), "");
+  EXPECT_EQ(userOutput(), "");
 }
 
 TEST_F(Events, LibrariesOfCardEnginesBelongToTheHostGroup) {
   session.handleMiEvent("vek2", "=library-loaded,id=\"/lib/a.so\",group-id=\"vek2\"\n",
                         "library-loaded");
   session.handleMiEvent("i2", "=library-loaded,id=\"/lib/b.so\"\n", "library-loaded");
-  EXPECT_EQ(userText(),
+  EXPECT_EQ(userOutput(),
             "=library-loaded,id=\"/lib/a.so\",group-id=\"i1\"\n"
             "=library-loaded,id=\"/lib/b.so\",group-id=\"i2\"\n");
 }
@@ -185,7 +193,7 @@ TEST_F(ThreadGroups, SpawnAnnouncesHostGroupsAndLabelsKnownCards) {
   EXPECT_STREQ(hostArgv[0], "true");
   EXPECT_TRUE(logHas("ZUBC: true"));
   EXPECT_TRUE(logHas("options[i]=mi"));
-  EXPECT_EQ(userText(), "=thread-group-added,id=\"i1\"\n(gdb)\n");
+  EXPECT_EQ(userOutput(), "=thread-group-added,id=\"i1\"\n(gdb)\n");
 
   const char* knownCard[] = {"x", "-rconnect=tcpip:10.1.1.5:2000", nullptr};
   ASSERT_TRUE(session.spawnZub(knownCard, "vek", id));
@@ -193,7 +201,7 @@ TEST_F(ThreadGroups, SpawnAnnouncesHostGroupsAndLabelsKnownCards) {
   const char* unknownCard[] = {"x", "-rconnect=tcpip:10.9.9.9:2000", nullptr};
   ASSERT_TRUE(session.spawnZub(unknownCard, "vek", id));
   EXPECT_EQ(id, "vek2");
-  EXPECT_EQ(userText(), "");  // card engines are not announced here
+  EXPECT_EQ(userOutput(), "");  // card engines are not announced here
   std::string printed;
   session.threadGroups.at("vek1").printToString(printed);
   EXPECT_EQ(printed, "id=\"vek1\",type=\"process\",vek-card=\"0\"");
@@ -211,17 +219,17 @@ TEST_F(ThreadGroups, RemovalAnnouncesHostGroupsAndRepairsTheCurrentEngine) {
   std::string host, card;
   ASSERT_TRUE(session.spawnZub(argv1, "i", host));
   ASSERT_TRUE(session.spawnZub(argv2, "vek", card));
-  userText();
+  userOutput();
   session.currentZubId = "vek1";
   // `true` has ended by itself, so the controller's wait returns.
   EXPECT_FALSE(session.removeZubs({"i7", "vek1"}));
   EXPECT_TRUE(logHas("Failed to find thread-group i7"));
   EXPECT_TRUE(logHas("vek1 removed."));
   EXPECT_EQ(session.currentZubId, "i1");
-  EXPECT_EQ(userText(), "");
+  EXPECT_EQ(userOutput(), "");
   EXPECT_TRUE(session.removeZub("i1"));
   EXPECT_EQ(session.currentZubId, "");
-  EXPECT_EQ(userText(), "=thread-group-removed,id=\"i1\"\n");
+  EXPECT_EQ(userOutput(), "=thread-group-removed,id=\"i1\"\n");
   EXPECT_TRUE(session.threadGroups.empty());
   EXPECT_TRUE(session.removeZubs({}));
 }
@@ -235,7 +243,7 @@ TEST_F(Loop, EngineLinesAreRoutedToHandlersOrToTheRunningCommand) {
   GdbSetUnsetCmd cmd("7-gdb-set a 1\n");
   ASSERT_TRUE(session.runCmd(cmd));
   EXPECT_TRUE(cmd.isFinished());
-  EXPECT_EQ(userText(),
+  EXPECT_EQ(userOutput(),
             "=thread-group-started,id=\"i1\",pid=\"9\",type=\"process\"\n"
             "=thread-created,id=\"1\",group-id=\"i1\",pid=\"9\"\n"
             "&\"warning\"\n"
@@ -254,7 +262,7 @@ TEST_F(Loop, LinesTypedWhileACommandRunsAreQueuedBehindIt) {
   ASSERT_EQ(session.commandQueue.size(), 1u);
   EXPECT_EQ(session.commandQueue.front()->cmdText, "2-gdb-set b 2\n");
   EXPECT_TRUE(logHas("From user: 2-gdb-set b 2"));
-  EXPECT_EQ(userText(), "1^done\n(gdb)\n");
+  EXPECT_EQ(userOutput(), "1^done\n(gdb)\n");
 }
 
 TEST_F(Loop, AnInterruptReachesTheRunningCommandOnce) {
@@ -268,7 +276,7 @@ TEST_F(Loop, AnInterruptReachesTheRunningCommandOnce) {
   ASSERT_TRUE(session.runCmd(cmd));
   EXPECT_FALSE(sigIntPending);
   EXPECT_TRUE(logHas("sigIntPending cleared."));
-  EXPECT_EQ(userText(), "4^done,reason=\"int\"\n(gdb)\n");
+  EXPECT_EQ(userOutput(), "4^done,reason=\"int\"\n(gdb)\n");
 }
 
 TEST_F(Loop, AnEngineUnexpectedConditionEndsTheSessionWithItsReport) {
@@ -279,7 +287,7 @@ TEST_F(Loop, AnEngineUnexpectedConditionEndsTheSessionWithItsReport) {
   session.currentZubId = id;
   GdbSetUnsetCmd cmd("-gdb-set a\n");
   EXPECT_FALSE(session.runCmd(cmd));
-  EXPECT_EQ(userText(),
+  EXPECT_EQ(userOutput(),
             "~\"This is an unexpected condition and may indicate the presence of a defect.\\n\"\n"
             "~\"Further details.\\n\"\n"
             "~\"Quitting because of an internal error.\\n\"\n");
@@ -305,7 +313,7 @@ TEST_F(Loop, LaunchFailureNamesTheCommandAtTheFrontOfTheQueue) {
   StackCmd nested("8-stack-list-frames --thread " + userThreadId + "\n");
   EXPECT_FALSE(session.runCmd(nested));
   EXPECT_TRUE(logHas("Failed to to launch cmd: 3-gdb-exit"));
-  EXPECT_EQ(userText(), "");
+  EXPECT_EQ(userOutput(), "");
 }
 
 TEST_F(Loop, StopInterruptsAndReapsEveryEngine) {
@@ -318,7 +326,7 @@ TEST_F(Loop, StopInterruptsAndReapsEveryEngine) {
   EXPECT_TRUE(logHas("stopping the session."));
   EXPECT_TRUE(logHas("Removed i1"));
   EXPECT_TRUE(logHas("Removed i2"));
-  EXPECT_EQ(userText(), "");  // groups are neither touched nor announced
+  EXPECT_EQ(userOutput(), "");  // groups are neither touched nor announced
 }
 
 }  // namespace
