@@ -1,3 +1,4 @@
+// The fake engine's scenario language, as the session and end-to-end tests use it.
 #include <signal.h>
 #include <sys/wait.h>
 
@@ -11,38 +12,28 @@ using e2e::ChildProcess;
 using e2e::runTranscript;
 
 // Starts the fake engine directly with `scenario` (none when empty) and transcripts in `dir`.
-void startFake(ChildProcess& fake, const e2e::TempDir& dir, const std::string& scenario,
-               std::vector<std::string> args = {"--interpreter=mi"}) {
+void startFake(ChildProcess& fake, const e2e::TempDir& dir, const std::string& scenario) {
   std::string path = scenario.empty() ? "" : dir.write("scenario.txt", scenario);
-  args.insert(args.begin(), e2e::fakeEnginePath());
-  ASSERT_TRUE(fake.start(args, e2e::fakeEngineEnv(dir.path(), path)));
+  ASSERT_TRUE(fake.start({e2e::fakeEnginePath(), "--interpreter=mi"},
+                         e2e::fakeEngineEnv(dir.path(), path)));
 }
 
-TEST(FakeEngine, WithoutScenarioAnswersDoneAndExits) {
+TEST(FakeEngine, AnswersByKeyCountAndRegexWithBannersDefaultsAndPromptControl) {
   e2e::TempDir dir;
-  ChildProcess fake;
-  startFake(fake, dir, "");
-  EXPECT_TRUE(runTranscript(fake, R"(< (gdb)
-> 5-break-insert main
-< 5^done
-< (gdb)
-> -list-features
-< ^done
-< (gdb)
-> 77-gdb-exit
-< 77^exit
-eof
-exit 0
-)"));
-}
+  ChildProcess plain;
+  startFake(plain, dir, "");
+  EXPECT_TRUE(runTranscript(plain,
+                            "< (gdb)\n> 5-break-insert main\n< 5^done\n< (gdb)\n"
+                            "> 77-gdb-exit\n< 77^exit\neof\nexit 0\n"));
 
-TEST(FakeEngine, BannerTokensDefaultsAndPromptControl) {
-  e2e::TempDir dir;
   ChildProcess fake;
   startFake(fake, dir, R"(# a conversation
-banner =thread-group-added,id="i1"
 banner ~"GNU fake\n"
-on -break-insert $TOKEN^done,bkpt={number="7",type="breakpoint"}
+on#1 -exec-continue $TOKEN^error,msg="first"
+on -exec-continue $TOKEN^running
+on /^[0-9]*-break-insert .*main$/ $TOKEN^done,bkpt={number="1"}
+on -break-insert $TOKEN^error,msg="no symbol"
+on#2 -only-second $TOKEN^done,second="yes"
 on -quiet $TOKEN^done
 on -quiet @noprompt
 on -bare
@@ -52,14 +43,25 @@ on -prompts *running,thread-id="all"
 on -pid $TOKEN^done,pid="$PID"
 default $TOKEN^error,msg="Undefined MI command"
 )");
-  EXPECT_TRUE(runTranscript(fake, R"(< =thread-group-added,id="i1"
-< ~"GNU fake\n"
+  EXPECT_TRUE(runTranscript(fake, R"(< ~"GNU fake\n"
 < (gdb)
-> 123-break-insert -t main
-< 123^done,bkpt={number="7",type="breakpoint"}
+> 1-exec-continue
+< 1^error,msg="first"
 < (gdb)
-> -break-insert foo
-< ^done,bkpt={number="7",type="breakpoint"}
+> -exec-continue
+< ^running
+< (gdb)
+> 5-break-insert -t main
+< 5^done,bkpt={number="1"}
+< (gdb)
+> 6-break-insert nowhere
+< 6^error,msg="no symbol"
+< (gdb)
+> 7-only-second
+< 7^error,msg="Undefined MI command"
+< (gdb)
+> 8-only-second
+< 8^done,second="yes"
 < (gdb)
 > 4-quiet
 < 4^done
@@ -70,92 +72,13 @@ default $TOKEN^error,msg="Undefined MI command"
 < (gdb)
 < *running,thread-id="all"
 < (gdb)
-> 7-what
-< 7^error,msg="Undefined MI command"
-< (gdb)
 )"));
   EXPECT_TRUE(fake.writeLine("8-pid"));
   EXPECT_TRUE(fake.expect("8^done,pid=\"" + std::to_string(fake.pid()) + "\"\n(gdb)\n"));
   EXPECT_TRUE(runTranscript(fake, "close\neof\nexit 0\n"));
 }
 
-TEST(FakeEngine, SuccessiveAnswersAndRegexKeys) {
-  e2e::TempDir dir;
-  ChildProcess fake;
-  startFake(fake, dir, R"(on#1 -exec-continue $TOKEN^error,msg="first"
-on#3 -exec-continue $TOKEN^error,msg="third"
-on -exec-continue $TOKEN^running
-on /^[0-9]*-break-insert .*main$/ $TOKEN^done,bkpt={number="1"}
-on -break-insert $TOKEN^error,msg="no symbol"
-on#2 -only-second $TOKEN^done,second="yes"
-)");
-  EXPECT_TRUE(runTranscript(fake, R"(< (gdb)
-> 1-exec-continue
-< 1^error,msg="first"
-< (gdb)
-> 2-exec-continue
-< 2^running
-< (gdb)
-> 3-exec-continue
-< 3^error,msg="third"
-< (gdb)
-> 4-exec-continue
-< 4^running
-< (gdb)
-> 5-break-insert main
-< 5^done,bkpt={number="1"}
-< (gdb)
-> 6-break-insert nowhere
-< 6^error,msg="no symbol"
-< (gdb)
-> 7-only-second
-< 7^done
-< (gdb)
-> 8-only-second
-< 8^done,second="yes"
-< (gdb)
-> 9-only-second
-< 9^done
-< (gdb)
-)"));
-}
-
-TEST(FakeEngine, SigintToGroupIsAnsweredAndRecorded) {
-  e2e::TempDir dir;
-  ChildProcess fake;
-  startFake(fake, dir, R"(on -exec-run $TOKEN^running
-on -exec-run @prompt
-on -exec-run @noprompt
-on SIGINT *stopped,reason="signal-received",thread-id="1"
-on#2 SIGINT @noprompt
-)");
-  EXPECT_TRUE(runTranscript(fake, R"(< (gdb)
-> 3-exec-run
-< 3^running
-< (gdb)
-quiet 50
-! SIGINT group
-< *stopped,reason="signal-received",thread-id="1"
-< (gdb)
-! SIGINT
-quiet 50
-! SIGINT group
-< *stopped,reason="signal-received",thread-id="1"
-< (gdb)
-> 4-gdb-exit
-< 4^exit
-eof
-exit 0
-)"));
-  auto transcripts = e2e::findEngineTranscripts(dir.path());
-  ASSERT_EQ(1u, transcripts.size());
-  EXPECT_EQ("host", transcripts[0].role);
-  EXPECT_EQ(fake.pid(), transcripts[0].pid);
-  EXPECT_EQ("3-exec-run\n<SIGINT>\n<SIGINT>\n<SIGINT>\n4-gdb-exit\n",
-            e2e::readFile(transcripts[0].path));
-}
-
-TEST(FakeEngine, DelayedStepsLetInputGoOnAndCanBeCancelled) {
+TEST(FakeEngine, InterruptsDelaysAndCancellationAreAnsweredAndRecorded) {
   e2e::TempDir dir;
   ChildProcess fake;
   startFake(fake, dir, R"(on -exec-run $TOKEN^running
@@ -167,6 +90,7 @@ on -slow @sleep 100
 on -slow $TOKEN^done,slow="1"
 on SIGINT @cancel
 on SIGINT *stopped,reason="signal-received"
+on#2 SIGINT @noprompt
 )");
   EXPECT_TRUE(runTranscript(fake, R"(< (gdb)
 > 1-exec-run
@@ -180,9 +104,10 @@ on SIGINT *stopped,reason="signal-received"
 > 3-exec-run
 < 3^running
 < (gdb)
-! SIGINT
+! SIGINT group
 < *stopped,reason="signal-received"
 < (gdb)
+! SIGINT
 quiet 400
 > 4-slow
 > 5-other
@@ -190,28 +115,44 @@ quiet 400
 < (gdb)
 < 5^done
 < (gdb)
+> 6-gdb-exit
+< 6^exit
+eof
+exit 0
 )"));
+  auto transcripts = e2e::findEngineTranscripts(dir.path());
+  ASSERT_EQ(1u, transcripts.size());
+  EXPECT_EQ("host", transcripts[0].role);
+  EXPECT_EQ(fake.pid(), transcripts[0].pid);
+  EXPECT_EQ("1-exec-run\n2-other\n3-exec-run\n<SIGINT>\n<SIGINT>\n4-slow\n5-other\n6-gdb-exit\n",
+            e2e::readFile(transcripts[0].path));
 }
 
-TEST(FakeEngine, DiesMidAnswerAndEndsWithoutNewline) {
+TEST(FakeEngine, DiesMidAnswerIgnoresOrHangsOnExit) {
   e2e::TempDir dir;
-  {
+  for (const char* scenario :
+       {"on -gdb-exit $TOKEN^running\non -gdb-exit @partial *stopped,reason=\"end-\n"
+        "on -gdb-exit @exit 3\n",
+        "on EOF $TOKEN^running\non EOF @partial *stopped,reason=\"end-\non EOF @exit 3\n"}) {
     ChildProcess fake;
-    startFake(fake, dir, R"(on -exec-next $TOKEN^running
-on -exec-next @partial *stopped,reason="end-stepping-
-on -exec-next @exit 3
-)");
-    EXPECT_TRUE(runTranscript(fake, R"(< (gdb)
-> 9-exec-next
-< 9^running
-<< *stopped,reason="end-stepping-
-eof
-exit 3
-)"));
+    startFake(fake, dir, scenario);
+    EXPECT_TRUE(runTranscript(fake, std::string(scenario).starts_with("on EOF")
+                                        ? "< (gdb)\nclose\n< ^running\n<< *stopped,reason=\"end-\n"
+                                          "eof\nexit 3\n"
+                                        : "< (gdb)\n> 9-gdb-exit\n< 9^running\n"
+                                          "<< *stopped,reason=\"end-\neof\nexit 3\n"));
   }
   ChildProcess fake;
-  startFake(fake, dir, "on EOF @partial ~\"bye\"\non EOF @exit 4\n");
-  EXPECT_TRUE(runTranscript(fake, "< (gdb)\nclose\n<< ~\"bye\"\neof\nexit 4\n"));
+  startFake(fake, dir, "on#1 -gdb-exit @noprompt\non -gdb-exit @hang\n");
+  EXPECT_TRUE(runTranscript(fake,
+                            "< (gdb)\n> 1-gdb-exit\nquiet 50\n> 5-gdb-exit\nquiet 50\n"
+                            "! SIGINT group\nquiet 50\n> 6-gdb-exit\nquiet 100\n"));
+  std::string transcript = dir.file("engine-host-" + std::to_string(fake.pid()) + ".txt");
+  int status = 0;
+  EXPECT_TRUE(fake.signalGroup(SIGKILL));
+  ASSERT_TRUE(fake.waitExit(status));
+  EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL);
+  EXPECT_EQ("1-gdb-exit\n5-gdb-exit\n<SIGINT>\n6-gdb-exit\n", e2e::readFile(transcript));
 }
 
 TEST(FakeEngine, FloodsArriveCompleteAndBrokenPipeEndsQuietly) {
@@ -233,87 +174,30 @@ TEST(FakeEngine, FloodsArriveCompleteAndBrokenPipeEndsQuietly) {
       shell.start({"bash", "-c", "\"$0\" </dev/null | head -n 1; echo \"status ${PIPESTATUS[0]}\"",
                    e2e::fakeEnginePath()},
                   {{"WEM_FAKE_SCENARIO", dir.write("flood.txt", "banner @flood 200000 x\n")},
-                   {"WEM_FAKE_TRANSCRIPT", dir.file("broken-%p.txt")}}));
+                   {"WEM_FAKE_TRANSCRIPT", dir.file("broken.txt")}}));
   EXPECT_TRUE(runTranscript(shell, "< x\n< status 0\neof\nexit 0\n"));
-  bool sawBrokenPipe = false;
-  for (const auto& entry : std::filesystem::directory_iterator(dir.path()))
-    if (entry.path().filename().string().rfind("broken-", 0) == 0)
-      sawBrokenPipe = e2e::readFile(entry.path()) == "<EPIPE>\n";
-  EXPECT_TRUE(sawBrokenPipe);
+  EXPECT_EQ("<EPIPE>\n", e2e::readFile(dir.file("broken.txt")));
 }
 
-TEST(FakeEngine, TranscriptsArgvAndCardScenarios) {
+TEST(FakeEngine, CardEnginesPlayTheirCardsScenarioAndRecordArgv) {
   e2e::TempDir dir;
-  dir.write("card-3.txt", "on -thread-info $TOKEN^done,card=\"3\"\n");
   dir.write("card-5.txt", "on -thread-info $TOKEN^done,card=\"5\"\n");
-  e2e::EnvChanges env = e2e::fakeEngineEnv(
-      dir.path(), dir.write("host.txt", "on -thread-info $TOKEN^done,host=\"1\"\n"),
-      dir.file("card-%c.txt"));
-  auto cardArgs = [&](const std::string& id) {
-    return std::vector<std::string>{
-        e2e::fakeEnginePath(),          "-wem-launch=1", "-wem-cardid=" + id, "-i=mi", "-tco",
-        "-rconnect=tcpip:10.1.1.1:2000"};
-  };
-  ChildProcess host, card3, card5;
-  ASSERT_TRUE(host.start({e2e::fakeEnginePath(), "--interpreter=mi"}, env));
-  ASSERT_TRUE(card3.start(cardArgs("3"), env));
-  ASSERT_TRUE(card5.start(cardArgs("5"), env));
-  EXPECT_TRUE(runTranscript(host, "< (gdb)\n> 1-thread-info\n< 1^done,host=\"1\"\n< (gdb)\n"));
-  EXPECT_TRUE(runTranscript(card3, "< (gdb)\n> 2-thread-info\n< 2^done,card=\"3\"\n< (gdb)\n"));
-  EXPECT_TRUE(runTranscript(card5, R"(< (gdb)
-> 3-thread-info --thread 2
-< 3^done,card="5"
-< (gdb)
-! SIGINT group
-> -exec-interrupt
-< ^done
-< (gdb)
-)"));
-  ASSERT_TRUE(card5.write("unterminated last line"));
-  EXPECT_TRUE(runTranscript(card5, "close\n< ^done\n< (gdb)\neof\nexit 0\n"));
+  ChildProcess card;
+  ASSERT_TRUE(card.start({e2e::fakeEnginePath(), "-wem-launch=1", "-wem-cardid=5", "-i=mi",
+                          "-rconnect=tcpip:10.1.1.1:2000"},
+                         e2e::fakeEngineEnv(dir.path(), "", dir.file("card-%c.txt"))));
+  EXPECT_TRUE(runTranscript(card, "< (gdb)\n> 3-thread-info\n< 3^done,card=\"5\"\n< (gdb)\n"));
+  ASSERT_TRUE(card.write("unterminated last line"));
+  EXPECT_TRUE(runTranscript(card, "close\n< ^done\n< (gdb)\neof\nexit 0\n"));
   auto transcripts = e2e::findEngineTranscripts(dir.path());
-  ASSERT_EQ(3u, transcripts.size());
-  for (const auto& t : transcripts) {
-    std::string expected = t.pid == host.pid() ? "1-thread-info\n" : "";
-    if (t.pid == card3.pid()) expected = "2-thread-info\n";
-    if (t.pid == card5.pid())
-      expected = "3-thread-info --thread 2\n<SIGINT>\n-exec-interrupt\nunterminated last line";
-    EXPECT_EQ(t.pid == host.pid() ? "host" : "card", t.role);
-    EXPECT_EQ(t.pid == card5.pid() ? "5" : t.pid == card3.pid() ? "3" : "", t.cardId);
-    EXPECT_EQ(expected, e2e::readFile(t.path)) << t.path;
-  }
+  ASSERT_EQ(1u, transcripts.size());
+  EXPECT_EQ("card", transcripts[0].role);
+  EXPECT_EQ("5", transcripts[0].cardId);
+  EXPECT_EQ("3-thread-info\nunterminated last line", e2e::readFile(transcripts[0].path));
   EXPECT_EQ(e2e::fakeEnginePath() +
-                "\n-wem-launch=1\n-wem-cardid=5\n-i=mi\n-tco\n-rconnect=tcpip:10.1.1.1:2000\n",
-            e2e::readFile(dir.file("argv-card5-" + std::to_string(card5.pid()) + ".txt")));
-}
-
-TEST(FakeEngine, GdbExitCanBeIgnoredOrHang) {
-  e2e::TempDir dir;
-  {
-    ChildProcess fake;
-    startFake(fake, dir,
-              "on -gdb-exit @noprompt\non#2 -gdb-exit $TOKEN^exit\non#2 -gdb-exit @exit 0\n");
-    EXPECT_TRUE(runTranscript(
-        fake, "< (gdb)\n> 1-gdb-exit\nquiet 50\n> 2-gdb-exit\n< 2^exit\neof\nexit 0\n"));
-  }
-  ChildProcess fake;
-  startFake(fake, dir, "on -gdb-exit @hang\n");
-  EXPECT_TRUE(runTranscript(fake, R"(< (gdb)
-> 5-gdb-exit
-quiet 50
-! SIGINT group
-quiet 50
-> 6-gdb-exit
-quiet 100
-)"));
-  int status = 0;
-  EXPECT_FALSE(fake.waitExit(status, e2e::Ms(50)));
-  std::string transcript = dir.file("engine-host-" + std::to_string(fake.pid()) + ".txt");
-  EXPECT_TRUE(fake.signalGroup(SIGKILL));
-  ASSERT_TRUE(fake.waitExit(status));
-  EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL);
-  EXPECT_TRUE(e2e::processGone(fake.pid()));
-  EXPECT_EQ("5-gdb-exit\n<SIGINT>\n6-gdb-exit\n", e2e::readFile(transcript));
+                "\n-wem-launch=1\n-wem-cardid=5\n-i=mi\n"
+                "-rconnect=tcpip:10.1.1.1:2000\n",
+            e2e::readFile(dir.file("argv-card5-" + std::to_string(card.pid()) + ".txt")));
 }
 
 TEST(FakeEngine, RejectsBadScenarios) {
