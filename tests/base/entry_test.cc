@@ -69,27 +69,6 @@ bool exitedZero(const WemRun& run) { return WIFEXITED(run.status) && WEXITSTATUS
 
 }  // namespace
 
-TEST(Entry, RefusesEveryInterpreterButMiAndAlwaysExitsZero) {
-  const std::vector<std::vector<std::string>> refused = {
-      {}, {"--interpreter"}, {"-i", "mi"}, {"-i=console"}, {"--interpreter=console"}, {"mi"}};
-  for (const auto& args : refused) {
-    const WemRun run = runWem(args);
-    EXPECT_EQ(run.err, kRefusal);
-    EXPECT_TRUE(exitedZero(run));
-  }
-  const std::vector<std::vector<std::string>> accepted = {{"--interpreter=mi"},
-                                                          {"-interpreter=mi2"},
-                                                          {"--interpreter", "mi3"},
-                                                          {"-i=mi"},
-                                                          {"-i=console", "--interpreter=mi"},
-                                                          {"-i=mi", "--interpreter"}};
-  for (const auto& args : accepted) {
-    const WemRun run = runWem(args);
-    EXPECT_EQ(run.err, "");
-    EXPECT_TRUE(exitedZero(run));
-  }
-}
-
 TEST(Entry, LogGoesToTheFileNamedByWemLogAndNowhereWhenEmptyOrUnwritable) {
   char dir[] = "/tmp/wem_entry_XXXXXX";
   ASSERT_NE(mkdtemp(dir), nullptr);

@@ -3,13 +3,13 @@
 #include "commands/errors.h"
 #include "commands/exit_cmd.h"
 #include "commands/passthrough_cmds.h"
-#include "session/session_fixture.h"
+#include "support/session_rig.h"
 
 namespace {
 
-using Protocol = SessionFixture;
-using LaunchRules = SessionFixture;
-using ReplyRules = SessionFixture;
+using Protocol = ShellSessionTest;
+using LaunchRules = ShellSessionTest;
+using ReplyRules = ShellSessionTest;
 
 TEST_F(Protocol, ResultsAreCollectedUntilTheLastPendingEngineAnswers) {
   GdbSetUnsetCmd cmd("12-gdb-set x 1\n");
@@ -18,7 +18,7 @@ TEST_F(Protocol, ResultsAreCollectedUntilTheLastPendingEngineAnswers) {
   EXPECT_TRUE(logHas("Cmd Id does not match. Expected: 12; got: 13"));
   EXPECT_TRUE(cmd.handleResponse(session, "i1", "12^done,value=\"1\",thread-id=\"4\"\n"));
   EXPECT_FALSE(cmd.isFinished());
-  EXPECT_EQ(userText(), "");
+  EXPECT_EQ(userOutput(), "");
   EXPECT_TRUE(cmd.handleResponse(session, "i1", "12^error,msg=\"again\"\n"));
   EXPECT_TRUE(logHas("Ignoring result from i1: 12^error,msg=\"again\""));
   // No token: taken as this command's.
@@ -27,7 +27,7 @@ TEST_F(Protocol, ResultsAreCollectedUntilTheLastPendingEngineAnswers) {
   EXPECT_EQ(cmd.resultClasses.at("i1"), "done");
   EXPECT_EQ(cmd.resultClasses.at("i2"), "error");
   // The first engine's answer, its thread id in the user's numbering.
-  EXPECT_EQ(userText(), "12^done,value=\"1\",thread-id=\"1\"\n(gdb)\n");
+  EXPECT_EQ(userOutput(), "12^done,value=\"1\",thread-id=\"1\"\n(gdb)\n");
   std::string engine, thread;
   ASSERT_TRUE(session.threadIdTable.fromExtThreadId("1", engine, thread));
   EXPECT_EQ(engine + "/" + thread, "i1/4");
@@ -43,7 +43,7 @@ TEST_F(Protocol, StreamLinesArePassedOnExceptConsoleOutput) {
   cmd.handleResponse(session, "i1", "*running,thread-id=\"all\"\n");
   cmd.forwardConsoleOutput = true;
   cmd.handleResponse(session, "i1", "~\"shown\"\n");
-  EXPECT_EQ(userText(), "&\"log\\n\"\n@\"target\"\n*running,thread-id=\"all\"\n~\"shown\"\n");
+  EXPECT_EQ(userOutput(), "&\"log\\n\"\n@\"target\"\n*running,thread-id=\"all\"\n~\"shown\"\n");
   EXPECT_FALSE(cmd.isFinished());
 }
 
@@ -52,14 +52,14 @@ TEST_F(Protocol, BadRecordsAreDroppedButTheAnswerCounts) {
   cmd.pendingZubIds = {"i1"};
   cmd.handleResponse(session, "i1", "3^done,stack=[frame={level=\n");
   EXPECT_TRUE(logHas("Igoring bad record (stack=[frame={level=) from i1."));
-  EXPECT_EQ(userText(), "3^done\n(gdb)\n");
+  EXPECT_EQ(userOutput(), "3^done\n(gdb)\n");
 
   StackCmd huge("4-stack-list-frames\n");
   huge.pendingZubIds = {"i1"};
   std::string deep(20000, '[');
   huge.handleResponse(session, "i1", "4^done,a=" + deep + "\n");
   EXPECT_TRUE(huge.isFinished());
-  EXPECT_EQ(userText(), "4^done\n(gdb)\n");
+  EXPECT_EQ(userOutput(), "4^done\n(gdb)\n");
 }
 
 TEST_F(Protocol, NotImplementedAnswersAtOnceAndTakesNoEngineLine) {
@@ -70,7 +70,7 @@ TEST_F(Protocol, NotImplementedAnswersAtOnceAndTakesNoEngineLine) {
   EXPECT_TRUE(done.isFinished());
   EXPECT_TRUE(done.interruptCmd(session));
   EXPECT_FALSE(done.handleResponse(session, "i1", "^done\n"));
-  EXPECT_EQ(userText(),
+  EXPECT_EQ(userOutput(),
             "8^done,msg=\"Command is not implemented.\"\n(gdb)\n"
             "^error,msg=\"Command is not implemented.\"\n(gdb)\n");
 }
@@ -85,7 +85,7 @@ TEST_F(Protocol, ErrorWritersSendTheirRecordThenThePrompt) {
   reportSyntaxError(ctrl, "6");
   reportCommandNotImplementedError(ctrl, "7");
   reportInternalError(ctrl, "8");
-  EXPECT_EQ(userText(),
+  EXPECT_EQ(userOutput(),
             "1^error,msg=\"Invalid thread: 9\"\n(gdb)\n"
             "^error,msg=\"Invalid thread-group: i9\"\n(gdb)\n"
             "2^error,msg=\"Invalid variable: v\"\n(gdb)\n"
@@ -107,7 +107,7 @@ TEST_F(LaunchRules, OneEngineRuleFollowsThreadThenGroupThenCurrent) {
   StackCmd unknown("5-stack-list-frames --thread 77\n");
   EXPECT_TRUE(unknown.launchCmd(session));
   EXPECT_TRUE(unknown.isFinished());
-  EXPECT_EQ(userText(), "5^error,msg=\"Invalid thread: 77\"\n(gdb)\n");
+  EXPECT_EQ(userOutput(), "5^error,msg=\"Invalid thread: 77\"\n(gdb)\n");
 
   // The thread wins over the group and makes its engine current.
   StackCmd byThread("6-stack-list-frames --thread " + userThread + " --thread-group i1\n");
@@ -125,7 +125,7 @@ TEST_F(LaunchRules, OneEngineRuleFollowsThreadThenGroupThenCurrent) {
   InterpreterExecCmd noGroup("8-interpreter-exec --thread-group i9 console \"p 1\"\n");
   EXPECT_TRUE(noGroup.launchCmd(session));
   EXPECT_TRUE(noGroup.isFinished());
-  EXPECT_EQ(userText(), "8^error,msg=\"Invalid thread-group: i9\"\n(gdb)\n");
+  EXPECT_EQ(userOutput(), "8^error,msg=\"Invalid thread-group: i9\"\n(gdb)\n");
 
   InferiorTtySetCmd plain("9-inferior-tty-set /dev/pts/3\n");
   EXPECT_TRUE(plain.launchCmd(session));
@@ -134,7 +134,7 @@ TEST_F(LaunchRules, OneEngineRuleFollowsThreadThenGroupThenCurrent) {
   session.currentZubId = "i5";
   StackCmd noCurrent("10-stack-info-depth\n");
   EXPECT_TRUE(noCurrent.launchCmd(session));
-  EXPECT_EQ(userText(), "10^error,msg=\"Invalid thread-group: i5\"\n(gdb)\n");
+  EXPECT_EQ(userOutput(), "10^error,msg=\"Invalid thread-group: i5\"\n(gdb)\n");
   EXPECT_TRUE(staysQuiet(host) && staysQuiet(other));
 }
 
@@ -142,7 +142,7 @@ TEST_F(LaunchRules, BroadcastsReachEveryEngineOrTheNamedGroup) {
   GdbSetUnsetCmd alone("1-gdb-set a 1\n");
   EXPECT_TRUE(alone.launchCmd(session));  // no engine at all
   EXPECT_TRUE(alone.isFinished());
-  EXPECT_EQ(userText(), "1^done\n(gdb)\n");
+  EXPECT_EQ(userOutput(), "1^done\n(gdb)\n");
 
   const std::string host = spawnCat();
   const std::string card = spawnCat("vek");
@@ -167,7 +167,7 @@ TEST_F(LaunchRules, BroadcastsReachEveryEngineOrTheNamedGroup) {
   EXPECT_TRUE(serialize.launchCmd(session));
   EXPECT_EQ(nextLine(host), "5-set-serialize-execution --thread-group i1 on\n");
   EXPECT_EQ(nextLine(card), "5-set-serialize-execution --thread-group i1 on\n");
-  EXPECT_EQ(userText(), "");
+  EXPECT_EQ(userOutput(), "");
 }
 
 TEST_F(LaunchRules, InterruptSignalsOnlyPendingEngines) {
@@ -188,17 +188,17 @@ TEST_F(ReplyRules, FirstEngineAnswersAndCountsAreChecked) {
   two.pendingZubIds = {"i1", "i2"};
   two.handleResponse(session, "i2", "4^done,depth=\"2\"\n");
   two.handleResponse(session, "i1", "4^done,depth=\"1\"\n");
-  EXPECT_EQ(userText(), "4^error,msg=\"Internal error\"\n(gdb)\n");
+  EXPECT_EQ(userOutput(), "4^error,msg=\"Internal error\"\n(gdb)\n");
 
   InferiorTtySetCmd many("5-inferior-tty-set x\n");
   many.pendingZubIds = {"i2", "vek1"};
   many.handleResponse(session, "vek1", "5^done\n");
   many.handleResponse(session, "i2", "5^error,msg=\"Nope\"\n");
-  EXPECT_EQ(userText(), "5^error,msg=\"Nope\"\n(gdb)\n");
+  EXPECT_EQ(userOutput(), "5^error,msg=\"Nope\"\n(gdb)\n");
 
   ListFeaturesCmd empty("6-list-features\n");
   EXPECT_TRUE(empty.replyToUser(session));
-  EXPECT_EQ(userText(), "6^error,msg=\"Internal error\"\n(gdb)\n");
+  EXPECT_EQ(userOutput(), "6^error,msg=\"Internal error\"\n(gdb)\n");
 }
 
 TEST_F(ReplyRules, SerializeExecutionPrefersTheFirstError) {
@@ -207,20 +207,20 @@ TEST_F(ReplyRules, SerializeExecutionPrefersTheFirstError) {
   failed.handleResponse(session, "i1", "7^done,a=\"1\"\n");
   failed.handleResponse(session, "vek1", "7^error,msg=\"card\"\n");
   failed.handleResponse(session, "i2", "7^error\n");
-  EXPECT_EQ(userText(), "7^error\n(gdb)\n");
+  EXPECT_EQ(userOutput(), "7^error\n(gdb)\n");
 
   SetSerializeExecutionCmd fine("8-set-serialize-execution on\n");
   fine.pendingZubIds = {"i1", "i2"};
   fine.handleResponse(session, "i2", "8^done,b=\"2\"\n");
   fine.handleResponse(session, "i1", "8^done\n");
-  EXPECT_EQ(userText(), "8^done,b=\"2\"\n(gdb)\n");
+  EXPECT_EQ(userOutput(), "8^done,b=\"2\"\n(gdb)\n");
 }
 
 TEST_F(ReplyRules, ExitRemovesEveryEngineAndEndsTheSession) {
   GdbExitCmd alone("1-gdb-exit\n");
   EXPECT_TRUE(alone.launchCmd(session));
   EXPECT_TRUE(session.exitRequested);
-  EXPECT_EQ(userText(), "1^exit\n");
+  EXPECT_EQ(userOutput(), "1^exit\n");
 
   session.exitRequested = false;
   const char* argv[] = {"x", nullptr};
@@ -228,14 +228,14 @@ TEST_F(ReplyRules, ExitRemovesEveryEngineAndEndsTheSession) {
   ASSERT_TRUE(session.spawnZub(argv, "i", host));
   const char* argv2[] = {"x", nullptr};
   ASSERT_TRUE(session.spawnZub(argv2, "i", second));
-  userText();
+  userOutput();
   GdbExitCmd quit("2quit\n");
   quit.pendingZubIds = {host, second};
   quit.handleResponse(session, host, "2^exit\n");
   EXPECT_FALSE(session.exitRequested);
   quit.handleResponse(session, second, "2^exit\n");
   EXPECT_TRUE(session.exitRequested);
-  EXPECT_EQ(userText(),
+  EXPECT_EQ(userOutput(),
             "=thread-group-removed,id=\"i1\"\n=thread-group-removed,id=\"i2\"\n2^exit\n");
 }
 

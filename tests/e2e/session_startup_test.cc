@@ -72,6 +72,7 @@ TEST(SessionStartup, EverySpellingOfTheMiInterpreterIsAccepted) {
       {"-i=console", "--interpreter=mi1"},
       {"--interpreter=console", "-i=mi"},
       {"prog", "--interpreter=mi", "--nx"},
+      {"-i=mi", "--interpreter"},
   };
   for (const std::vector<std::string>& args : accepted) {
     SCOPED_TRACE(testing::PrintToString(args));

@@ -7,13 +7,7 @@
 
 namespace {
 
-// Engines the session starts itself are `true`, which ends at once: enough to register a group
-// and reap it. Shell engines that would not obey an exit are killed at the end.
-class SessionFixture : public testing::Test, public SessionRig {
- protected:
-  SessionFixture() : SessionRig("true") {}
-  ~SessionFixture() override { killEngines(); }
-};
+using SessionFixture = ShellSessionTest;
 
 template <typename Cmd>
 bool queuedAs(const MiCmdQueue& queue, size_t index) {
@@ -24,14 +18,6 @@ using Dispatch = SessionFixture;
 using Events = SessionFixture;
 using ThreadGroups = SessionFixture;
 using Loop = SessionFixture;
-
-TEST_F(Dispatch, LinesWithoutCommandWordGetABarePromptAndQueueNothing) {
-  MiCmdQueue queue;
-  for (const char* line : {"\n", "   \n", "*weird\n", "12\n", "Quit\n"})
-    EXPECT_TRUE(session.parseCmd(line, queue)) << line;
-  EXPECT_TRUE(queue.empty());
-  EXPECT_EQ(userOutput(), "(gdb)\n(gdb)\n(gdb)\n(gdb)\n(gdb)\n");
-}
 
 TEST_F(Dispatch, WordsBecomeTheirCommandClasses) {
   MiCmdQueue queue;
@@ -64,35 +50,6 @@ TEST_F(Dispatch, WordsBecomeTheirCommandClasses) {
   EXPECT_TRUE(queuedAs<GdbExitCmd>(queue, 13));
   EXPECT_EQ(queue[13]->cmdId(), "9");
   EXPECT_EQ(queue[13]->cmdName, "quit");
-  EXPECT_EQ(userOutput(), "");
-}
-
-TEST_F(Dispatch, UnknownAndMiscasedWordsAnswerNotImplementedWithTheirToken) {
-  MiCmdQueue queue;
-  session.parseCmd("5-thread-select 2\n", queue);
-  session.parseCmd("-List-features\n", queue);
-  session.parseCmd("-enable-pretty-printing\n", queue);
-  ASSERT_EQ(queue.size(), 3u);
-  for (auto& cmd : queue) {
-    ASSERT_TRUE(queuedAs<NotImplementedCmd>(queue, 0));
-    EXPECT_TRUE(cmd->launchCmd(session));
-    EXPECT_TRUE(cmd->isFinished());
-  }
-  EXPECT_EQ(userOutput(),
-            "5^done,msg=\"Command is not implemented.\"\n(gdb)\n"
-            "^done,msg=\"Command is not implemented.\"\n(gdb)\n"
-            "^done,msg=\"Command is not implemented.\"\n(gdb)\n");
-}
-
-TEST_F(Dispatch, InterruptSetsTheFlagAndQueuesNoCommandAndNoReply) {
-  MiCmdQueue queue;
-  for (const char* line : {"-exec-interrupt\n", "42-exec-interrupt --all\n"}) {
-    sigIntPending = false;
-    session.parseCmd(line, queue);
-    EXPECT_TRUE(sigIntPending) << line;
-  }
-  sigIntPending = false;
-  EXPECT_TRUE(queue.empty());
   EXPECT_EQ(userOutput(), "");
 }
 
@@ -155,33 +112,6 @@ TEST_F(Events, ThreadsOfHostAndCardEnginesGetUserIdsAndGroupNotices) {
   session.handleMiEvent("i1", "=thread-created,id=\"6\",group-id=\"i1\",pid=\"42\"\n",
                         "thread-created");
   EXPECT_EQ(userOutput(), "=thread-created,id=\"5\",group-id=\"i1\",pid=\"42\"\n");
-}
-
-TEST_F(Events, MalformedNotificationsAreLoggedAndNeverShown) {
-  session.handleMiEvent("i1", "=thread-created\n", "thread-created");
-  EXPECT_TRUE(logHas("Event has no record: =thread-created"));
-  session.handleMiEvent("i1", "=thread-created,id=\"1\",pid=\n", "thread-created");
-  EXPECT_TRUE(logHas("Failed to parse event's record: =thread-created,id=\"1\",pid="));
-  session.handleMiEvent("i1", "=thread-created,id=\"1\",group-id=\"i1\"\n", "thread-created");
-  EXPECT_TRUE(logHas("Field 'pid' is missing: =thread-created,id=\"1\",group-id=\"i1\""));
-  session.handleMiEvent("i1", "=thread-created,pid=\"3\"\n", "thread-created");
-  EXPECT_TRUE(logHas("Field 'id' is missing: =thread-created,pid=\"3\""));
-  session.handleMiEvent("i1", "=thread-exited,group-id=\"i1\"\n", "thread-exited");
-  EXPECT_TRUE(logHas("Failed to find thread id:group-id=\"i1\""));
-  session.handleMiEvent("i2", "=thread-exited,id=\"1\"\n", "thread-exited");
-  EXPECT_TRUE(logHas("No thread found."));
-  session.handleMiEvent("i1", "=breakpoint-modified,bkpt={number=\"1\"}\n", "breakpoint-modified");
-  EXPECT_TRUE(logHas("Ignoring event: =breakpoint-modified,bkpt={number=\"1\"}"));
-  EXPECT_EQ(userOutput(), "");
-}
-
-TEST_F(Events, LibrariesOfCardEnginesBelongToTheHostGroup) {
-  session.handleMiEvent("vek2", "=library-loaded,id=\"/lib/a.so\",group-id=\"vek2\"\n",
-                        "library-loaded");
-  session.handleMiEvent("i2", "=library-loaded,id=\"/lib/b.so\"\n", "library-loaded");
-  EXPECT_EQ(userOutput(),
-            "=library-loaded,id=\"/lib/a.so\",group-id=\"i1\"\n"
-            "=library-loaded,id=\"/lib/b.so\",group-id=\"i2\"\n");
 }
 
 TEST_F(ThreadGroups, SpawnAnnouncesHostGroupsAndLabelsKnownCards) {
@@ -253,18 +183,6 @@ TEST_F(Loop, EngineLinesAreRoutedToHandlersOrToTheRunningCommand) {
   EXPECT_TRUE(logHas("Ignoring input (~\"chatter\""));
 }
 
-TEST_F(Loop, LinesTypedWhileACommandRunsAreQueuedBehindIt) {
-  const std::string id = spawnShell("read line; sleep 0.2; echo '1^done'; exec cat >/dev/null");
-  session.currentZubId = id;
-  ctrl.userInput.put("2-gdb-set b 2\n");
-  GdbSetUnsetCmd cmd("1-gdb-set a 1\n");
-  ASSERT_TRUE(session.runCmd(cmd));
-  ASSERT_EQ(session.commandQueue.size(), 1u);
-  EXPECT_EQ(session.commandQueue.front()->cmdText, "2-gdb-set b 2\n");
-  EXPECT_TRUE(logHas("From user: 2-gdb-set b 2"));
-  EXPECT_EQ(userOutput(), "1^done\n(gdb)\n");
-}
-
 TEST_F(Loop, AnInterruptReachesTheRunningCommandOnce) {
   const std::string id = spawnShell(
       "trap 'echo 4^done,reason=\\\"int\\\"' INT; echo ready; read line;"
@@ -277,21 +195,6 @@ TEST_F(Loop, AnInterruptReachesTheRunningCommandOnce) {
   EXPECT_FALSE(sigIntPending);
   EXPECT_TRUE(logHas("sigIntPending cleared."));
   EXPECT_EQ(userOutput(), "4^done,reason=\"int\"\n(gdb)\n");
-}
-
-TEST_F(Loop, AnEngineUnexpectedConditionEndsTheSessionWithItsReport) {
-  // printf keeps the backslashes that dash's echo would turn into newlines.
-  const std::string id = spawnShell(
-      "printf '%s\\n' '~\"This is an unexpected condition and may indicate the presence of a "
-      "defect.\\n\"' '~\"Further details.\\n\"' '(gdb)' '~\"later\"'; exec cat >/dev/null");
-  session.currentZubId = id;
-  GdbSetUnsetCmd cmd("-gdb-set a\n");
-  EXPECT_FALSE(session.runCmd(cmd));
-  EXPECT_EQ(userOutput(),
-            "~\"This is an unexpected condition and may indicate the presence of a defect.\\n\"\n"
-            "~\"Further details.\\n\"\n"
-            "~\"Quitting because of an internal error.\\n\"\n");
-  EXPECT_TRUE(logHas("'checkOutputOfZubs' failed."));
 }
 
 TEST_F(Loop, ALineTheCommandRejectsIsFatal) {

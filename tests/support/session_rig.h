@@ -83,3 +83,12 @@ class SessionRig {
   int scenarios = 0;
   bool stopped = false;
 };
+
+// A fixture for tests whose engines are shell children: engines the session starts itself are
+// `true`, which ends at once (enough to register a group and reap it), and engines that would
+// not obey an exit are killed at the end.
+class ShellSessionTest : public testing::Test, public SessionRig {
+ protected:
+  ShellSessionTest() : SessionRig("true") {}
+  ~ShellSessionTest() override { killEngines(); }
+};
