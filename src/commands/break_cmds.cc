@@ -58,8 +58,7 @@ bool BreakInsertCmd::launchCmd(MiSession& session) {
     replaceCmdThreadId(cmdText, "", line);
   else if (!threadGroupId.empty())
     replaceCmdThreadGroupId(cmdText, "", line);
-  ctrl.getZubIds(pendingZubIds);
-  if (!ctrl.sendToZubs(pendingZubIds, line)) return false;
+  if (!sendToEveryEngine(session, line)) return false;
   // With no engine at all nobody will answer: say so rather than stay silent.
   if (pendingZubIds.empty()) return replyToUser(session);
   return true;

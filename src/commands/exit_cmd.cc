@@ -6,15 +6,12 @@
 #include "session/mi_session.h"
 
 bool GdbExitCmd::launchCmd(MiSession& session) {
-  std::set<std::string> zubIds;
-  session.ctrl.getZubIds(zubIds);
-  if (zubIds.empty()) {
+  if (!sendToEveryEngine(session, cmdText)) return false;
+  if (pendingZubIds.empty()) {
     session.ctrl.sendToUser(cmdId() + "^exit\n");
     session.exitRequested = true;
-    return true;
   }
-  pendingZubIds = zubIds;
-  return session.ctrl.sendToZubs(zubIds, cmdText);
+  return true;
 }
 
 // Every engine has answered and is ending: reap them all, then say goodbye without a prompt.

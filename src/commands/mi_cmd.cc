@@ -100,14 +100,14 @@ bool SimpleMiCmd::sendToAllEngines(MiSession& session) {
     sendToGroup(session, threadGroupId, text);
     return true;
   }
-  std::set<std::string> zubIds;
-  session.ctrl.getZubIds(zubIds);
-  if (zubIds.empty()) {
-    reply(session, "^done");
-    return true;
-  }
-  pendingZubIds = zubIds;
-  return session.ctrl.sendToZubs(zubIds, cmdText);
+  if (!sendToEveryEngine(session, cmdText)) return false;
+  if (pendingZubIds.empty()) reply(session, "^done");
+  return true;
+}
+
+bool SimpleMiCmd::sendToEveryEngine(MiSession& session, const std::string& text) {
+  session.ctrl.getZubIds(pendingZubIds);
+  return session.ctrl.sendToZubs(pendingZubIds, text);
 }
 
 void SimpleMiCmd::sendToGroup(MiSession& session, const std::string& zubId,

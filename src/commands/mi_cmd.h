@@ -71,6 +71,9 @@ class SimpleMiCmd : public MiCmd {
   // unchanged to every live engine; with no engine at all "^done" is answered at once. False
   // when the broadcast cannot be queued.
   bool sendToAllEngines(MiSession& session);
+  // Sends `text` to every live engine and waits for all of them; `pendingZubIds` stays empty
+  // when there is none. False when the broadcast cannot be queued.
+  bool sendToEveryEngine(MiSession& session, const std::string& text);
   // Sends `text` to engine `zubId` and waits for it, or answers the "Invalid thread-group: "
   // error naming `zubId` when there is no such engine.
   void sendToGroup(MiSession& session, const std::string& zubId, const std::string& text);

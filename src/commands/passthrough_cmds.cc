@@ -38,15 +38,10 @@ bool GdbSetUnsetCmd::launchCmd(MiSession& session) { return sendToAllEngines(ses
 bool GdbSetUnsetCmd::replyToUser(MiSession& session) { return replyFromOneEngine(session, false); }
 
 bool SetSerializeExecutionCmd::launchCmd(MiSession& session) {
-  std::set<std::string> zubIds;
-  session.ctrl.getZubIds(zubIds);
+  if (!sendToEveryEngine(session, cmdText)) return false;
   // With no engine there is nobody to wait for; answer as the settings commands do.
-  if (zubIds.empty()) {
-    reply(session, "^done");
-    return true;
-  }
-  pendingZubIds = zubIds;
-  return session.ctrl.sendToZubs(zubIds, cmdText);
+  if (pendingZubIds.empty()) reply(session, "^done");
+  return true;
 }
 
 // The first engine (by id) that failed decides the reply; otherwise the first record sent.
