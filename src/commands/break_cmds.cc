@@ -172,6 +172,9 @@ bool BreakConditionCmd::launchCmd(MiSession& session) {
     std::string engineLine = line;
     replaceBkpCondId(line, engineNumber, engineLine);
     line = engineLine;
+    // A number with nothing after it ("-break-condition 1" clears a condition) takes the line
+    // end with it; engines act only on complete lines, and a partial one would swallow the next.
+    if (!line.ends_with('\n')) line += '\n';
     ctrl.sendToZub(zubId, line);
     pendingZubIds.insert(zubId);
   }

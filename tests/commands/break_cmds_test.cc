@@ -167,7 +167,10 @@ TEST(BreakNumberCmds, MissingUnknownAndSeveralNumbers) {
   EXPECT_TRUE(rig.received("vek1").ends_with("8-break-delete 6\n"));
   ASSERT_TRUE(rig.run("9-break-condition 1 2"));
   EXPECT_TRUE(rig.received("vek1").ends_with("9-break-condition 5 2\n"));
-  EXPECT_EQ(rig.userOutput(), "8^done\n(gdb)\n9^done\n(gdb)\n");
+  // Without a condition the engines still receive a complete line.
+  ASSERT_TRUE(rig.run("10-break-condition 1"));
+  EXPECT_TRUE(rig.received("vek1").ends_with("10-break-condition 5 \n"));
+  EXPECT_EQ(rig.userOutput(), "8^done\n(gdb)\n9^done\n(gdb)\n10^done\n(gdb)\n");
   EXPECT_EQ(rig.session.breakPointTable.breakpointCmds.count("1"), 1u);
   EXPECT_EQ(rig.session.breakPointTable.breakpointCmds.count("2"), 0u);
 }
