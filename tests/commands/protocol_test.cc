@@ -11,17 +11,14 @@ using Protocol = ShellSessionTest;
 using LaunchRules = ShellSessionTest;
 using ReplyRules = ShellSessionTest;
 
+// A stale token, a second answer from one engine and console lines are checked through the real
+// binary; what stays here needs two engines or a state the program never sets up itself.
 TEST_F(Protocol, ResultsAreCollectedUntilTheLastPendingEngineAnswers) {
   GdbSetUnsetCmd cmd("12-gdb-set x 1\n");
   cmd.pendingZubIds = {"i1", "i2"};
-  EXPECT_TRUE(cmd.handleResponse(session, "i1", "13^done\n"));
-  EXPECT_TRUE(logHas("Cmd Id does not match. Expected: 12; got: 13"));
   EXPECT_TRUE(cmd.handleResponse(session, "i1", "12^done,value=\"1\",thread-id=\"4\"\n"));
   EXPECT_FALSE(cmd.isFinished());
   EXPECT_EQ(userOutput(), "");
-  EXPECT_TRUE(cmd.handleResponse(session, "i1", "12^error,msg=\"again\"\n"));
-  EXPECT_TRUE(logHas("Ignoring result from i1: 12^error,msg=\"again\""));
-  // No token: taken as this command's.
   EXPECT_TRUE(cmd.handleResponse(session, "i2", "^error,msg=\"no\"\n"));
   EXPECT_TRUE(cmd.isFinished());
   EXPECT_EQ(cmd.resultClasses.at("i1"), "done");
@@ -33,33 +30,13 @@ TEST_F(Protocol, ResultsAreCollectedUntilTheLastPendingEngineAnswers) {
   EXPECT_EQ(engine + "/" + thread, "i1/4");
 }
 
-TEST_F(Protocol, StreamLinesArePassedOnExceptConsoleOutput) {
+TEST_F(Protocol, ConsoleOutputPassesWhenTheCommandAsksForIt) {
   StackCmd cmd("-stack-list-frames\n");
   cmd.pendingZubIds = {"i1"};
-  cmd.handleResponse(session, "i1", "~\"chatter\\n\"\n");
-  EXPECT_TRUE(logHas("Ignoring input (~\"chatter\\n\"") && logHas(") from i1."));
-  cmd.handleResponse(session, "i1", "&\"log\\n\"\n");
-  cmd.handleResponse(session, "i1", "@\"target\"\n");
-  cmd.handleResponse(session, "i1", "*running,thread-id=\"all\"\n");
   cmd.forwardConsoleOutput = true;
   cmd.handleResponse(session, "i1", "~\"shown\"\n");
-  EXPECT_EQ(userOutput(), "&\"log\\n\"\n@\"target\"\n*running,thread-id=\"all\"\n~\"shown\"\n");
+  EXPECT_EQ(userOutput(), "~\"shown\"\n");
   EXPECT_FALSE(cmd.isFinished());
-}
-
-TEST_F(Protocol, BadRecordsAreDroppedButTheAnswerCounts) {
-  StackCmd cmd("3-stack-list-frames\n");
-  cmd.pendingZubIds = {"i1"};
-  cmd.handleResponse(session, "i1", "3^done,stack=[frame={level=\n");
-  EXPECT_TRUE(logHas("Igoring bad record (stack=[frame={level=) from i1."));
-  EXPECT_EQ(userOutput(), "3^done\n(gdb)\n");
-
-  StackCmd huge("4-stack-list-frames\n");
-  huge.pendingZubIds = {"i1"};
-  std::string deep(20000, '[');
-  huge.handleResponse(session, "i1", "4^done,a=" + deep + "\n");
-  EXPECT_TRUE(huge.isFinished());
-  EXPECT_EQ(userOutput(), "4^done\n(gdb)\n");
 }
 
 TEST_F(Protocol, NotImplementedAnswersAtOnceAndTakesNoEngineLine) {

@@ -1,6 +1,5 @@
 #include <boost/shared_ptr.hpp>
 
-#include "base/signals.h"
 #include "commands/exit_cmd.h"
 #include "commands/passthrough_cmds.h"
 #include "support/session_rig.h"
@@ -181,20 +180,6 @@ TEST_F(Loop, EngineLinesAreRoutedToHandlersOrToTheRunningCommand) {
   EXPECT_TRUE(logHas("i1 :(gdb)"));
   EXPECT_TRUE(logHas("Ignoring event: =breakpoint-modified,bkpt={}"));
   EXPECT_TRUE(logHas("Ignoring input (~\"chatter\""));
-}
-
-TEST_F(Loop, AnInterruptReachesTheRunningCommandOnce) {
-  const std::string id = spawnShell(
-      "trap 'echo 4^done,reason=\\\"int\\\"' INT; echo ready; read line;"
-      " while :; do sleep 0.05; done");
-  ASSERT_EQ(nextLine(id), "ready\n");
-  session.currentZubId = id;
-  StackCmd cmd("4-stack-info-depth\n");
-  sigIntPending = true;
-  ASSERT_TRUE(session.runCmd(cmd));
-  EXPECT_FALSE(sigIntPending);
-  EXPECT_TRUE(logHas("sigIntPending cleared."));
-  EXPECT_EQ(userOutput(), "4^done,reason=\"int\"\n(gdb)\n");
 }
 
 TEST_F(Loop, ALineTheCommandRejectsIsFatal) {

@@ -412,13 +412,6 @@ testing::AssertionResult runTranscript(ChildProcess& child, const std::string& t
   return testing::AssertionSuccess();
 }
 
-testing::AssertionResult runTranscriptFile(ChildProcess& child, const std::string& path,
-                                           Ms timeout) {
-  std::ifstream in(path);
-  if (!in) return testing::AssertionFailure() << "cannot read transcript " << path;
-  return runTranscript(child, readFile(path), timeout);
-}
-
 std::string readFile(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
   std::ostringstream text;

@@ -85,7 +85,6 @@ class ChildProcess {
   bool waitExit(int& status, Ms timeout = kDefaultTimeout);
   // Exit code, or -1 when the child did not end by exit within the deadline.
   int exitCode(Ms timeout = kDefaultTimeout);
-  bool exited() const { return reaped; }
 
  private:
   void readLoop();
@@ -129,8 +128,6 @@ class ChildProcess {
 // and all stdout so far.
 testing::AssertionResult runTranscript(ChildProcess& child, const std::string& transcript,
                                        Ms timeout = kDefaultTimeout);
-testing::AssertionResult runTranscriptFile(ChildProcess& child, const std::string& path,
-                                           Ms timeout = kDefaultTimeout);
 
 // Whole file; empty if it cannot be read.
 std::string readFile(const std::string& path);
