@@ -1,7 +1,20 @@
-/* A small program to debug: a loop that calls two functions. */
+/* A small program to debug: a helper thread fills in a point, then a loop calls two functions. */
+#include <pthread.h>
 #include <stdio.h>
 
+struct point {
+  int x;
+  int y;
+};
+
 static int square(int x) { return x * x; }
+
+static void *fill_point(void *arg) {
+  struct point *p = arg;
+  p->y = square(p->x);
+  p->x = -p->x;
+  return NULL;
+}
 
 static int sum_of_squares(int count) {
   int total = 0;
@@ -10,6 +23,11 @@ static int sum_of_squares(int count) {
 }
 
 int main(void) {
+  struct point corner = {3, 0};
+  pthread_t helper;
+  if (pthread_create(&helper, NULL, fill_point, &corner) != 0) return 1;
+  pthread_join(helper, NULL);
+  printf("corner: %d %d\n", corner.x, corner.y);
   int total = 0;
   for (int round = 0; round < 3; round++) {
     total += sum_of_squares(round + 2);
