@@ -61,6 +61,36 @@ bool indexOf(const std::vector<std::string>& names, const std::string& name, uns
   return true;
 }
 
+// The engine's register tuples that the user's numbering has, renumbered into it and keyed by
+// register name; `engineNames` is the engine's own numbering (none: nothing is kept).
+std::map<std::string, MiRecordPtr> registersByName(CtrlModule& ctrl,
+                                                   const std::list<MiRecordPtr>& elements,
+                                                   const std::vector<std::string>* engineNames,
+                                                   const std::vector<std::string>& userNames) {
+  std::map<std::string, MiRecordPtr> byName;
+  for (const MiRecordPtr& element : elements) {
+    MiMap* reg = element ? element->toMiMap() : nullptr;
+    std::string text;
+    unsigned int number = 0, userNumber = 0;
+    if (!element) {
+      LOG_AT(ctrl) << "Skipping NULL pointer.";
+    } else if (!reg) {
+      LOG_AT(ctrl) << "Skipping non-map element.";
+    } else if (!reg->findString("number", text)) {
+      LOG_AT(ctrl) << "Skipping register element without number.";
+    } else if (!engineNames) {
+      continue;
+    } else if (!readRegisterNumber(text, number) || number >= engineNames->size()) {
+      LOG_AT(ctrl) << "Skipping bad register id: " << text;
+    } else if (indexOf(userNames, (*engineNames)[number], userNumber)) {
+      // A host register the user's list lacks is dropped.
+      reg->setString("number", std::to_string(userNumber));
+      byName[(*engineNames)[number]] = element;
+    }
+  }
+  return byName;
+}
+
 }  // namespace
 
 bool DataCmd::launchCmd(MiSession& session) { return sendToOneEngine(session); }
@@ -163,38 +193,45 @@ bool DataListRegisterValuesCmd::launchCmd(MiSession& session) {
       Silencer quiet(ctrl.muted);
       if (!session.runCmd(names)) return false;
     }
-    if (session.userRegNames.empty()) {
-      LOG_AT(ctrl) << "The internal list of registers is empty.";
-      reportInternalError(ctrl, cmdId());
-      return true;
-    }
-    std::list<unsigned int> requested, engineRegs;
-    if (!matchRegisterList(cmdText, requested)) {
-      LOG_AT(ctrl) << "Matching register list failed.";
-      reportInternalError(ctrl, cmdId());
-      return true;
-    }
-    if (!requested.empty()) {
-      if (!toEngineRegs(session, zubId, requested, engineRegs)) return true;
-      if (engineRegs.empty()) {
-        // Nothing the engine could answer: every requested register reads "<undefined>".
-        MiMap record(true);
-        std::list<MiRecordPtr> values;
-        for (unsigned int number : requested) values.push_back(undefinedRegister(number));
-        record.setList("register-values", values);
-        std::string printed;
-        record.printToString(printed);
-        reply(session, "^done," + printed);
-        return true;
-      }
-      std::string spliced = line;
-      replaceRegisterList(line, engineRegs, spliced);
-      line = std::move(spliced);
-    }
+    if (!toEngineLine(session, zubId, line)) return true;
   }
   if (!ctrl.sendToZub(zubId, line)) return false;
   pendingZubIds.insert(zubId);
   session.currentZubId = zubId;
+  return true;
+}
+
+bool DataListRegisterValuesCmd::toEngineLine(MiSession& session, const std::string& zubId,
+                                             std::string& line) {
+  CtrlModule& ctrl = session.ctrl;
+  if (session.userRegNames.empty()) {
+    LOG_AT(ctrl) << "The internal list of registers is empty.";
+    reportInternalError(ctrl, cmdId());
+    return false;
+  }
+  std::list<unsigned int> requested, engineRegs;
+  if (!matchRegisterList(cmdText, requested)) {
+    LOG_AT(ctrl) << "Matching register list failed.";
+    reportInternalError(ctrl, cmdId());
+    return false;
+  }
+  // No numbers: every register, and the answer is renumbered on its way back.
+  if (requested.empty()) return true;
+  if (!toEngineRegs(session, zubId, requested, engineRegs)) return false;
+  if (engineRegs.empty()) {
+    // Nothing the engine could answer: every requested register reads "<undefined>".
+    MiMap record(true);
+    std::list<MiRecordPtr> values;
+    for (unsigned int number : requested) values.push_back(undefinedRegister(number));
+    record.setList("register-values", values);
+    std::string printed;
+    record.printToString(printed);
+    reply(session, "^done," + printed);
+    return false;
+  }
+  std::string spliced = line;
+  replaceRegisterList(line, engineRegs, spliced);
+  line = std::move(spliced);
   return true;
 }
 
@@ -245,27 +282,8 @@ bool DataListRegisterValuesCmd::toUserRegs(MiSession& session, const std::string
     engineNames = &session.hostRegNames;
   else if (zubId.find("vek") != zubId.npos)
     engineNames = &userNames;
-  std::map<std::string, MiRecordPtr> byName;
-  for (const MiRecordPtr& element : values->elements) {
-    MiMap* reg = element ? element->toMiMap() : nullptr;
-    std::string text;
-    unsigned int number = 0;
-    if (!element) {
-      LOG_AT(ctrl) << "Skipping NULL pointer.";
-    } else if (!reg) {
-      LOG_AT(ctrl) << "Skipping non-map element.";
-    } else if (!reg->findString("number", text)) {
-      LOG_AT(ctrl) << "Skipping register element without number.";
-    } else if (!engineNames) {
-      continue;
-    } else if (!readRegisterNumber(text, number) || number >= engineNames->size()) {
-      LOG_AT(ctrl) << "Skipping bad register id: " << text;
-    } else if (unsigned int userNumber; indexOf(userNames, (*engineNames)[number], userNumber)) {
-      // A host register the user's list lacks is dropped.
-      reg->setString("number", std::to_string(userNumber));
-      byName[(*engineNames)[number]] = element;
-    }
-  }
+  std::map<std::string, MiRecordPtr> byName =
+      registersByName(ctrl, values->elements, engineNames, userNames);
   values->elements.clear();
   auto append = [&](unsigned int userNumber) {
     auto found = byName.find(userNames[userNumber]);

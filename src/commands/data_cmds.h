@@ -53,6 +53,9 @@ class DataListRegisterValuesCmd : public SimpleMiCmd {
   bool replyToUser(MiSession& session) override;
 
  private:
+  // Puts the line's register numbers into the engine's numbering; false when the command has
+  // already answered (an error, or every register "<undefined>" without asking the engine).
+  bool toEngineLine(MiSession& session, const std::string& zubId, std::string& line);
   // Puts `requested` into the engine's numbering in `engineRegs`; false when the command has
   // already answered.
   bool toEngineRegs(MiSession& session, const std::string& zubId,
