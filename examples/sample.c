@@ -1,4 +1,5 @@
-/* A small program to debug: a helper thread fills in a point, then a loop calls two functions. */
+/* A small program to debug: a loop that calls two functions, then a helper thread that fills in
+   a point. */
 #include <pthread.h>
 #include <stdio.h>
 
@@ -23,15 +24,15 @@ static int sum_of_squares(int count) {
 }
 
 int main(void) {
-  struct point corner = {3, 0};
-  pthread_t helper;
-  if (pthread_create(&helper, NULL, fill_point, &corner) != 0) return 1;
-  pthread_join(helper, NULL);
-  printf("corner: %d %d\n", corner.x, corner.y);
   int total = 0;
   for (int round = 0; round < 3; round++) {
     total += sum_of_squares(round + 2);
     printf("round %d: %d\n", round, total);
   }
+  struct point corner = {3, 0};
+  pthread_t helper;
+  if (pthread_create(&helper, NULL, fill_point, &corner) != 0) return 1;
+  pthread_join(helper, NULL);
+  printf("corner: %d %d\n", corner.x, corner.y);
   return total > 0 ? 0 : 1;
 }
