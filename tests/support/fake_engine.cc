@@ -1,16 +1,14 @@
 // A scriptable stand-in for an MI debugger engine, driven by a scenario file so that end-to-end
 // tests can stage exact conversations, signals, delays, floods and deaths.
 //
-// The front end starts engines with an argument vector of its own choosing, so everything the
-// fake does comes from the environment:
-//   WEM_FAKE_SCENARIO       scenario file (unset: every command is answered "$TOKEN^done").
-//   WEM_FAKE_CARD_SCENARIO  scenario file used instead when an argument begins with "-rconnect="
-//                           (a card engine); "%c" in it becomes the card id of "-wem-cardid=".
-//   WEM_FAKE_TRANSCRIPT     file that records every received line exactly as received, plus
-//                           "<SIGINT>\n" for each SIGINT and "<EPIPE>\n" when stdout breaks.
-//   WEM_FAKE_ARGV           file that receives the argument vector, one element a line.
-// In the three paths "%p" becomes the pid, "%r" "host" or "card", "%c" the card id (empty for
-// a host engine) and "%%" a percent sign, so that several engines never share a file.
+// The front end chooses the argument vector, so the fake takes its set-up from the directory
+// named by WEM_FAKE_DIR. An engine with a "-rconnect=" argument is a card engine ("vek"), any
+// other a host engine ("i"). At start it claims the first free number N of its kind by creating
+// DIR/iN.pid (or vekN.pid) with its pid in it, so engines are numbered in start order. It plays
+// DIR/iN.scn when that file exists, else DIR/i.scn (likewise vek), else it answers every command
+// "$TOKEN^done". It records every received line exactly in DIR/iN.in, plus "<SIGINT>" for each
+// interrupt and "<EPIPE>" when its output breaks. Without WEM_FAKE_DIR it plays the scenario
+// named by WEM_FAKE_SCENARIO, if any, and records nothing (benchmarks use this).
 //
 // Scenario: one directive a line; blank lines and lines starting with "#" are ignored.
 //   banner STEP            written at start, followed by "(gdb)"
@@ -26,7 +24,8 @@
 // ended). Keys are tried in order of first appearance; every matching key counts the line, and the
 // first one that has an answer for its count answers it.
 // STEP is a line of text, where "$TOKEN" is replaced by the digits the received line began with
-// (empty for banner, SIGINT and EOF answers) and "$PID" by the engine's pid, or one of:
+// (empty for banner, SIGINT and EOF answers), "$PID" by the engine's pid and "%c" by the card id
+// of "-wem-cardid=", or one of:
 //   @prompt          write "(gdb)" now
 //   @noprompt        do not end this answer with "(gdb)"
 //   @sleep MS        wait before the next step (input waits too)
@@ -114,6 +113,7 @@ struct Delayed {
 int transcriptFd = -1;
 int sigintPipe[2] = {-1, -1};
 std::string pidText;
+std::string cardId;
 
 void sigintHandler(int) {
   int savedErrno = errno;
@@ -167,30 +167,7 @@ std::string replaceAll(std::string text, const std::string& from, const std::str
 }
 
 std::string expand(const std::string& text, const std::string& token) {
-  return replaceAll(replaceAll(text, "$TOKEN", token), "$PID", pidText);
-}
-
-std::string expandPath(const std::string& pattern, const std::string& role,
-                       const std::string& cardId) {
-  std::string path;
-  for (size_t i = 0; i < pattern.size(); ++i) {
-    if (pattern[i] != '%' || i + 1 == pattern.size()) {
-      path += pattern[i];
-      continue;
-    }
-    char c = pattern[++i];
-    if (c == 'p')
-      path += pidText;
-    else if (c == 'r')
-      path += role;
-    else if (c == 'c')
-      path += cardId;
-    else if (c == '%')
-      path += '%';
-    else
-      path += std::string("%") + c;
-  }
-  return path;
+  return replaceAll(replaceAll(replaceAll(text, "$TOKEN", token), "$PID", pidText), "%c", cardId);
 }
 
 // Splits "WORD REST" at the first run of blanks.
@@ -556,13 +533,29 @@ void Engine::run() {
   }
 }
 
+// Claims the first free name of the kind by creating its pid file; false if none can be made.
+bool claimName(const std::string& dir, const std::string& prefix, std::string& name) {
+  for (int n = 1; n < 1000; ++n) {
+    name = prefix + std::to_string(n);
+    int fd =
+        open((dir + "/" + name + ".pid").c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
+    if (fd >= 0) {
+      writeAll(fd, pidText.data(), pidText.size());
+      close(fd);
+      return true;
+    }
+    if (errno != EEXIST) return false;
+  }
+  return false;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   pidText = std::to_string(getpid());
-  std::string role = "host", cardId;
+  std::string prefix = "i";
   for (int i = 1; i < argc; ++i) {
-    if (std::strncmp(argv[i], "-rconnect=", 10) == 0) role = "card";
+    if (std::strncmp(argv[i], "-rconnect=", 10) == 0) prefix = "vek";
     if (std::strncmp(argv[i], "-wem-cardid=", 12) == 0) cardId = argv[i] + 12;
   }
 
@@ -575,21 +568,23 @@ int main(int argc, char** argv) {
   sigemptyset(&action.sa_mask);
   sigaction(SIGINT, &action, nullptr);
 
-  if (const char* pattern = std::getenv("WEM_FAKE_TRANSCRIPT"); pattern && *pattern) {
-    std::string path = expandPath(pattern, role, cardId);
-    transcriptFd = open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
-    if (transcriptFd < 0) die("cannot open transcript " + path + ": " + std::strerror(errno));
-  }
-  if (const char* pattern = std::getenv("WEM_FAKE_ARGV"); pattern && *pattern) {
-    std::string args;
-    for (int i = 0; i < argc; ++i) args += std::string(argv[i]) + "\n";
-    std::ofstream(expandPath(pattern, role, cardId)) << args;
-  }
-
-  const char* path = std::getenv("WEM_FAKE_SCENARIO");
-  if (const char* card = std::getenv("WEM_FAKE_CARD_SCENARIO"); card && role == "card") path = card;
   Scenario scenario;
-  std::string error;
-  if (path && *path && !scenario.load(expandPath(path, role, cardId), error)) die(error);
+  const char* dirText = std::getenv("WEM_FAKE_DIR");
+  if (dirText && *dirText) {
+    const std::string dir = dirText;
+    std::string name, error;
+    if (!claimName(dir, prefix, name)) die("cannot claim a name in " + dir);
+    const std::string input = dir + "/" + name + ".in";
+    transcriptFd = open(input.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
+    if (transcriptFd < 0) die("cannot open " + input + ": " + std::strerror(errno));
+    for (const std::string& path : {dir + "/" + name + ".scn", dir + "/" + prefix + ".scn"})
+      if (access(path.c_str(), F_OK) == 0) {
+        if (!scenario.load(path, error)) die(error);
+        break;
+      }
+  } else if (const char* path = std::getenv("WEM_FAKE_SCENARIO"); path && *path) {
+    std::string error;
+    if (!scenario.load(path, error)) die(error);
+  }
   Engine(scenario).run();
 }
