@@ -129,3 +129,5 @@ vek1: 18-data-list-register-values --thread 1 x
 vek1: 21-var-create --thread 1 var0 * x
 vek1: 22-var-list-children --all-values var0.a
 vek1: 23-data-evaluate-expression x
+vek1: <SIGINT>
+vek1: -gdb-exit
