@@ -15,7 +15,6 @@ host: on#3 -data-list-register-names $TOKEN^done,names=[]
 host: on -data-list-register-values $TOKEN^done,register-values=[{number="1",value="0xb"},{number="0",value="0xa"},{number="44"},"bad",{value="1"}]
 card: on#1 -gdb-set =thread-created,id="1",group-id="vek1",pid="7"
 card: on#1 -gdb-set $TOKEN^done
-card: on#1 -thread-info @sleep 200
 card: on#1 -thread-info $TOKEN^done,threads=[{id="1",state="stopped"}]
 card: on#2 -thread-info $TOKEN^done,threads=[{id="1"}]
 card: on#1 -list-thread-groups $TOKEN^done,groups=[{id="i1",type="process",pid="7"}]
