@@ -6,6 +6,7 @@
 // - /3: the same session with a card known: the answer is rebuilt in the card architecture's
 //   numbering (the host's register names were fetched once, before timing).
 // In-process runs leave out the program's user threads; /1 against /2 shows what they cost.
+// BM_RegisterValuesReply isolates the program's own work on gdb's answer, with and without card.
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
 #include <poll.h>
@@ -84,9 +85,9 @@ class Debugger {
   bool send(const std::string& line) {
     return write(toChild, line.data(), line.size()) == static_cast<ssize_t>(line.size());
   }
-  // Reads lines until one holds `prefix` and, with `prompt`, the prompt after it; false
-  // after ten seconds.
-  bool answer(const std::string& prefix, bool prompt = true) {
+  // Reads lines until one holds `prefix` (kept in `matched`) and, with `prompt`, the prompt after
+  // it; false after ten seconds.
+  bool answer(const std::string& prefix, bool prompt = true, std::string* matched = nullptr) {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
     bool found = false;
     for (;;) {
@@ -94,7 +95,10 @@ class Debugger {
         const std::string line = buffer.substr(0, end);
         buffer.erase(0, end + 1);
         if (found && line.starts_with("(gdb)")) return true;  // gdb writes "(gdb) "
-        found = found || line.find(prefix) != std::string::npos;
+        if (!found && line.find(prefix) != std::string::npos) {
+          found = true;
+          if (matched) *matched = line + "\n";
+        }
         if (found && !prompt) return true;
       }
       auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
@@ -192,6 +196,50 @@ void BM_RegisterValues(benchmark::State& state) {
   if (system(("rm -rf " + dir).c_str()) != 0) state.SkipWithError("cannot remove the directory");
 }
 BENCHMARK(BM_RegisterValues)->DenseRange(0, 3)->Unit(benchmark::kMicrosecond)->UseRealTime();
+
+// The program's own share of a register-values round trip on a card-less (0) and a card (1)
+// session: gdb's recorded answer to "x" (every register) handed to the command, up to the reply
+// queued for the user. With a card the answer is rebuilt in the card's 98-register numbering.
+void BM_RegisterValuesReply(benchmark::State& state) {
+  const bool cardKnown = state.range(0) == 1;
+  state.SetLabel(cardKnown ? "card known" : "no card");
+  char dirTemplate[] = "/tmp/bench_data_XXXXXX";
+  const std::string dir = mkdtemp(dirTemplate);
+  const std::string program = buildProgram(dir);
+  std::string names, values;
+  {
+    Debugger gdb({"gdb", "--interpreter=mi", program}, false);
+    if (program.empty() || !stopAtHit(gdb) || !gdb.send("5-data-list-register-names\n") ||
+        !gdb.answer("5^done", true, &names) || !gdb.send(kRequest) ||
+        !gdb.answer("3^done", true, &values))
+      state.SkipWithError("no answers recorded from gdb");
+  }
+  if (system(("rm -rf " + dir).c_str()) != 0) state.SkipWithError("cannot remove the directory");
+  QuietStream log;
+  Options options;
+  CtrlModule ctrl(log);  // never started, no engine: answers are handed to the commands
+  MiSession session(ctrl, options);
+  std::string userThreadId;
+  session.threadIdTable.toExtThreadId("i1", "1", userThreadId);
+  if (cardKnown) {
+    session.cardIpTable["0"] = "192.0.2.1";
+    DataListRegisterNamesCmd fetch("5-data-list-register-names\n");
+    fetch.pendingZubIds.insert("i1");
+    fetch.handleResponse(session, "i1", names);
+  }
+  drainUser(ctrl, "");
+  for (auto _ : state) {
+    if (values.empty()) break;
+    DataListRegisterValuesCmd cmd(kRequest);
+    cmd.pendingZubIds.insert("i1");
+    cmd.handleResponse(session, "i1", values);
+    if (!drainUser(ctrl, "3^done")) {
+      state.SkipWithError("no reply");
+      break;
+    }
+  }
+}
+BENCHMARK(BM_RegisterValuesReply)->DenseRange(0, 1)->Unit(benchmark::kMicrosecond);
 
 }  // namespace
 
