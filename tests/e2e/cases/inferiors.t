@@ -1,79 +1,44 @@
-# Host inferiors started by the program itself: each new one becomes current, a removal waits
-# for the engine's "^exit" (anything else leaves the group), bad ids reach no engine, the current
-# engine moves to the smallest one left, and "i1" can be removed like any other.
-host: on#1 -gdb-exit ^error,msg="refused"
+# Attach: the engine's stop with the command's token and user thread ids. Detach clears the pid,
+# so the next attach starts the group again. An added inferior is current; removed ids fail.
+host: on /attach +77/ =thread-created,id="7",group-id="i1",pid="77"
+host: on /attach +77/ *stopped,reason="signal-received",thread-id="7"
+host: on /attach +77/ $TOKEN^done,thread-id="7"
 < =thread-group-added,id="i1"
 < (gdb)
-> 1-add-inferior
-< =thread-group-added,id="i2"
+> 1-target-attach --thread-group i1 77
+< =thread-group-started,id="i1",type="process",pid="77"
+< =thread-created,id="1",group-id="i1",pid="77"
+< 1*stopped,reason="signal-received",thread-id="1"
+< 1^done,thread-id="1"
 < (gdb)
-> 2-file-exec-and-symbols prog2
+> 2-target-detach
+< =thread-group-exited,id="i1"
 < 2^done
 < (gdb)
-> 3-file-exec-and-symbols --thread-group i1 prog1
-< 3^done
+> 3-target-attach 77
+< =thread-group-started,id="i1",type="process",pid="77"
+< =thread-created,id="1",group-id="i1",pid="77"
+< 3*stopped,reason="signal-received",thread-id="1"
+< 3^done,thread-id="1"
 < (gdb)
-> 4-remove-inferior
-< 4^error,msg="Syntax error"
-< (gdb)
-> 5-remove-inferior i2 i1
-< 5^error,msg="Syntax error"
-< (gdb)
-> 6-remove-inferior i9
-< 6^error,msg="Invalid thread-group: i9"
-< (gdb)
-> 7-remove-inferior i2
-< 7^error,msg="Internal error"
-< (gdb)
-> 8-remove-inferior i2
-< =thread-group-removed,id="i2"
-< 8^done
-< (gdb)
-> 9-remove-inferior i2
-< 9^error,msg="Invalid thread-group: i2"
-< (gdb)
-> 10-file-exec-and-symbols prog3
-< 10^done
-< (gdb)
-> 11-add-inferior
+> 4-add-inferior
 < =thread-group-added,id="i2"
 < (gdb)
-> 12-remove-inferior i1
-< 12^error,msg="Internal error"
+> 5-file-exec-and-symbols --thread 1 prog
+< 5^done
 < (gdb)
-> 13-remove-inferior i1
+> 6-remove-inferior i1
 < =thread-group-removed,id="i1"
-< 13^done
+< 6^done
 < (gdb)
-> 14-file-exec-and-symbols prog4
-< 14^done
+> 7-remove-inferior i1
+< 7^error,msg="Invalid thread-group: i1"
 < (gdb)
-> 15-remove-inferior i2
-< 15^error,msg="Internal error"
-< (gdb)
-> 16-remove-inferior i2
+> 8-gdb-exit
 < =thread-group-removed,id="i2"
-< 16^done
-< (gdb)
-> 17-file-exec-and-symbols prog5
-< 17^error,msg="Invalid thread-group: "
-< (gdb)
-> 18-gdb-set confirm off
-< 18^done
-< (gdb)
-> 19-gdb-exit
-< 19^exit
-eof
-exit 0
-log: i2 removed.
-log: i1 removed.
-i1: 3-file-exec-and-symbols  prog1
-i1: 10-file-exec-and-symbols prog3
+< 8^exit
+i1: 1-target-attach  77
+i1: 2-target-detach
+i1: 3-target-attach 77
+i1: 5-file-exec-and-symbols --thread 7 prog
 i1: -gdb-exit
-i1: -gdb-exit
-i2: 2-file-exec-and-symbols prog2
-i2: -gdb-exit
-i2: -gdb-exit
-i3: 14-file-exec-and-symbols prog4
-i3: -gdb-exit
-i3: -gdb-exit
