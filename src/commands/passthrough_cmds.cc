@@ -88,6 +88,7 @@ bool InfoCmd::launchCmd(MiSession& session) {
   // The listing is the engines' console output; their result records only end it.
   forwardConsoleOutput = true;
   if (!sendToEveryEngine(session, cmdText)) return false;
+  // With no engine there is no listing to wait for; answer as the settings commands do.
   if (pendingZubIds.empty()) reply(session, "^done");
   return true;
 }
