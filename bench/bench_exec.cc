@@ -88,7 +88,6 @@ void BM_ContinueStopCycleFakeEngines(benchmark::State& state) {
                                          "on -exec-continue " +
                                              stopLine("1") + "on SIGINT\n");
   setenv("WEM_FAKE_SCENARIO", scenario.c_str(), 1);
-  setenv("WEM_FAKE_CARD_SCENARIO", scenario.c_str(), 1);
   QuietStream log;
   Options options;
   CtrlModule ctrl(log);

@@ -1,3 +1,5 @@
+// The program on a simulated machine with two cards, in a private mount namespace: it reads the
+// cards before it starts the host engine. Card discovery's other outcomes are unit tests.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <stdlib.h>
@@ -33,8 +35,8 @@ size_t indexOf(const std::vector<std::string>& lines, const std::string& line) {
 
 TEST(Discovery, ProgramFindsTheCardsBeforeItStartsTheHostEngine) {
   FakeCardMachine machine;
-  machine.addCard("0", "online\n", "IPADDR=172.31.1.1\n");
-  machine.addCard("1", "offline\n", "IPADDR=172.31.2.1\n");
+  machine.addCard("0", "online\n", "IPADDR=127.0.31.1\n");
+  machine.addCard("1", "offline\n", "IPADDR=127.0.31.2\n");
   const int status = runProgram(machine);
   if (status == FakeCardMachine::kNotPermitted)
     GTEST_SKIP() << "no private mount namespace may be made here";
@@ -43,7 +45,7 @@ TEST(Discovery, ProgramFindsTheCardsBeforeItStartsTheHostEngine) {
 
   const std::vector<std::string> log = e2e::readLogLines(machine.root() + "/wem.log");
   const size_t mount = indexOf(log, "Executing command: mount -t sysfs");
-  const size_t card0 = indexOf(log, "The address of  vek0 is 172.31.1.1.");
+  const size_t card0 = indexOf(log, "The address of  vek0 is 127.0.31.1.");
   const size_t card1 = indexOf(log, "Status of vek1 : offline");
   const size_t noHost = indexOf(log, "ZUBC_HOST is not defined.");
   ASSERT_LT(noHost, log.size());
@@ -52,19 +54,6 @@ TEST(Discovery, ProgramFindsTheCardsBeforeItStartsTheHostEngine) {
   EXPECT_LT(card1, noHost);
   EXPECT_EQ(log[indexOf(log, "Executing command: echo /opt/ulvax/vek/filesystem/vek*") + 1],
             "Command output: /opt/ulvax/vek/filesystem/vek0 /opt/ulvax/vek/filesystem/vek1");
-}
-
-TEST(Discovery, MachineWithoutSysfsOrCardsStillStartsNormally) {
-  FakeCardMachine machine;
-  machine.setMountOutput("proc on /proc type proc (rw)\n");
-  const int status = runProgram(machine);
-  if (status == FakeCardMachine::kNotPermitted)
-    GTEST_SKIP() << "no private mount namespace may be made here";
-  ASSERT_EQ(status, 0);
-  const std::vector<std::string> log = e2e::readLogLines(machine.root() + "/wem.log");
-  EXPECT_LT(indexOf(log, "Failed to match sysfs mount point."),
-            indexOf(log, "ZUBC_HOST is not defined."));
-  EXPECT_EQ(indexOf(log, "Executing command: echo /opt/ulvax/vek/filesystem/vek*"), log.size());
 }
 
 }  // namespace

@@ -1,0 +1,53 @@
+# Notifications are read while a command runs: threads get user ids, the group starts with its
+# first thread and exits with its last; libraries gain a group id; other notifications and those
+# missing the fields their handler needs are only logged (a thread without pid still takes id 1).
+host: on#1 -gdb-set =thread-created
+host: on#1 -gdb-set =thread-created,{broken
+host: on#1 -gdb-set =thread-created,group-id="i1",pid="1"
+host: on#1 -gdb-set =thread-created,id="5",group-id="i1"
+host: on#1 -gdb-set =thread-exited,group-id="i1"
+host: on#1 -gdb-set =thread-exited,id="5",group-id="i1"
+host: on#1 -gdb-set =library-loaded,"unnamed"
+host: on#1 -gdb-set $TOKEN^done
+host: on#2 -gdb-set =thread-created,id="7",group-id="i1",pid="4242"
+host: on#2 -gdb-set =thread-created,id="9",group-id="i1",pid="4242"
+host: on#2 -gdb-set =breakpoint-modified,bkpt={number="1"}
+host: on#2 -gdb-set $TOKEN^done
+host: on#3 -gdb-set =thread-exited,id="7",group-id="i1"
+host: on#3 -gdb-set =thread-exited,id="3",group-id="i1"
+host: on#3 -gdb-set =library-loaded,id="/lib/libm.so.6",thread-group="i1"
+host: on#3 -gdb-set $TOKEN^done
+host: on#4 -gdb-set =thread-exited,id="9",group-id="i1"
+host: on#4 -gdb-set =thread-created,id="11",group-id="i1",pid="4242"
+host: on#4 -gdb-set $TOKEN^done
+< =thread-group-added,id="i1"
+< (gdb)
+> 0-gdb-set z
+< 0^done
+< (gdb)
+> 1-gdb-set a
+< =thread-group-started,id="i1",type="process",pid="4242"
+< =thread-created,id="2",group-id="i1",pid="4242"
+< =thread-created,id="3",group-id="i1",pid="4242"
+< 1^done
+< (gdb)
+> 2-gdb-set b
+< =thread-exited,id="2",group-id="i1"
+< =thread-exited,id="4",group-id="i1"
+< =library-loaded,id="/lib/libm.so.6",thread-group="i1",group-id="i1"
+< 2^done
+< (gdb)
+> 3-gdb-set c
+< =thread-exited,id="3",group-id="i1"
+< =thread-group-exited,id="i1"
+< =thread-created,id="5",group-id="i1",pid="4242"
+< 3^done
+< (gdb)
+log: Event has no record: =thread-created
+log: Failed to parse event's record: =thread-created,{broken
+log: Field 'id' is missing: =thread-created,group-id="i1",pid="1"
+log: Field 'pid' is missing: =thread-created,id="5",group-id="i1"
+log: Failed to find thread id:group-id="i1"
+log: No thread found.
+log: Ignoring event: =breakpoint-modified,bkpt={number="1"}
+log: Failed to find thread.

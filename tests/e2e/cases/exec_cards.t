@@ -1,0 +1,71 @@
+# All-stop across a host and a card engine: when every engine refuses, the host's error is the
+# answer; the first stop interrupts the others and one stop record carries the token; a stop in
+# the card makes it current; a card's error while the host runs still ends in the host's stop; a
+# card-side exit ends the command without interrupting the host.
+in-process
+cards: 0=127.0.1.1
+spawn: vek 0 127.0.1.1
+host: on#1 -exec-continue $TOKEN^error,msg="The program is not being run."
+host: on#2 -exec-continue $TOKEN^running
+host: on#2 -exec-continue @after 100 *stopped,reason="breakpoint-hit",bkptno="1",frame={func="main"},thread-id="1"
+host: on#3 -exec-continue $TOKEN^running
+host: on#4 -exec-continue $TOKEN^running
+host: on#4 -exec-continue @after 100 *stopped,reason="breakpoint-hit",frame={func="main"},thread-id="1"
+host: on#5 -exec-continue $TOKEN^running
+host: on#5 -exec-continue @after 400 *stopped,reason="breakpoint-hit",frame={func="main"},thread-id="1"
+host: on SIGINT @cancel
+host: on SIGINT *stopped,reason="signal-received",thread-id="1"
+card: on#1 -exec-continue $TOKEN^error,msg="card refuses"
+card: on#2 -exec-continue $TOKEN^running
+card: on#3 -exec-continue $TOKEN^running
+card: on#3 -exec-continue @after 100 *stopped,reason="breakpoint-hit",bkptno="5",frame={func="kernel"},thread-id="3"
+card: on#4 -exec-continue $TOKEN^error,msg="card refuses"
+card: on#5 -exec-continue $TOKEN^running
+card: on#5 -exec-continue @after 50 *stopped,reason="exited-normally"
+card: on SIGINT *stopped,reason="signal-received",thread-id="1"
+< =thread-group-added,id="i1"
+< (gdb)
+> 1-exec-continue
+< 1^error,msg="The program is not being run."
+< (gdb)
+> 2-exec-continue
+< 2^running
+< *running,thread-id="all"
+< (gdb)
+< 2*stopped,reason="breakpoint-hit",bkptno="1",frame={func="main"},thread-id="1"
+> 3-exec-continue
+< 3^running
+< *running,thread-id="all"
+< (gdb)
+< 3*stopped,reason="breakpoint-hit",bkptno="5",frame={func="kernel"},thread-id="3"
+> 4-stack-info-depth
+< 4^done
+< (gdb)
+> 5-exec-continue
+< 5^running
+< *running,thread-id="all"
+< (gdb)
+< 5*stopped,reason="breakpoint-hit",frame={func="main"},thread-id="1"
+> 6-exec-continue
+< 6^running
+< *running,thread-id="all"
+< (gdb)
+< 6*stopped,reason="exited-normally"
+i1: 1-exec-continue
+i1: 2-exec-continue
+i1: 3-exec-continue
+i1: <SIGINT>
+i1: 5-exec-continue
+i1: 6-exec-continue
+i1: <SIGINT>
+i1: -gdb-exit
+vek1: 1-exec-continue
+vek1: 2-exec-continue
+vek1: <SIGINT>
+vek1: 3-exec-continue
+vek1: 4-stack-info-depth
+vek1: 5-exec-continue
+vek1: 6-exec-continue
+vek1: <SIGINT>
+vek1: -gdb-exit
+log: All engines are stopped.

@@ -1,0 +1,13 @@
+# An engine that says "^running" twice ends the program after what was due.
+host: on -exec-continue $TOKEN^running
+host: on -exec-continue $TOKEN^running
+< =thread-group-added,id="i1"
+< (gdb)
+> 4-exec-continue
+< 4^running
+< *running,thread-id="all"
+< (gdb)
+eof
+exit 0
+log: Unexpected result from i1.
+log: 'checkOutputOfZubs' failed.

@@ -1,0 +1,28 @@
+# The offload breakpoint goes first and silently; the run is announced once; "-exec-interrupt"
+# and SIGINT both reach the running command, whose stop carries its token.
+host: on -break-insert $TOKEN^done,bkpt={number="1",type="breakpoint",pending="__zub_target_so_loaded"}
+host: on -exec-run $TOKEN^running
+host: on -exec-continue $TOKEN^running
+host: on SIGINT *stopped,reason="signal-received",signal-name="SIGINT",thread-id="1"
+< =thread-group-added,id="i1"
+< (gdb)
+> 1-exec-run
+< 1^running
+< *running,thread-id="all"
+< (gdb)
+> -exec-interrupt
+< 1*stopped,reason="signal-received",signal-name="SIGINT",thread-id="1"
+> 2-exec-continue
+< 2^running
+< *running,thread-id="all"
+< (gdb)
+quiet 100
+! SIGINT
+< 2*stopped,reason="signal-received",signal-name="SIGINT",thread-id="1"
+quiet 100
+i1: -break-insert -f __zub_target_so_loaded
+i1: 1-exec-run
+i1: <SIGINT>
+i1: 2-exec-continue
+i1: <SIGINT>
+log: muted: ^done,bkpt={number="1",type="breakpoint",pending="__zub_target_so_loaded"}

@@ -1,0 +1,47 @@
+# The program's output and console lines reach the user during a run, except console lines that
+# name the offload function; stops without a readable record are reported with reason "unknown",
+# the host's own exit as it came.
+host: on -exec-continue $TOKEN^running
+host: on -exec-continue ~"Breakpoint 2, __zub_target_so_loaded () at offload.c:10\n"
+host: on -exec-continue hello from the program
+host: on -exec-continue ~"Breakpoint 1, main () at prog.c:3\n"
+host: on -exec-continue &"a log line mentioning __zub_target_so_loaded\n"
+host: on -exec-continue *stopped,reason="breakpoint-hit",thread-id="1"
+host: on#1 -exec-next $TOKEN^running
+host: on#1 -exec-next *stopped
+host: on#2 -exec-next $TOKEN^running
+host: on#2 -exec-next *stopped,reason="end-stepping-range
+host: on#3 -exec-next $TOKEN^running
+host: on#3 -exec-next *stopped,thread-id={id="1"}
+host: on#4 -exec-next $TOKEN^running
+host: on#4 -exec-next *stopped,reason="exited-normally",exit-code="0"
+< =thread-group-added,id="i1"
+< (gdb)
+> 4-exec-continue
+< 4^running
+< *running,thread-id="all"
+< (gdb)
+< hello from the program
+< ~"Breakpoint 1, main () at prog.c:3\n"
+< &"a log line mentioning __zub_target_so_loaded\n"
+< 4*stopped,reason="breakpoint-hit",thread-id="1"
+> 1-exec-next
+< 1^running
+< *running,thread-id="all"
+< (gdb)
+< 1*stopped,reason="unknown"
+> 2-exec-next
+< 2^running
+< *running,thread-id="all"
+< (gdb)
+< 2*stopped,reason="unknown"
+> 3-exec-next
+< 3^running
+< *running,thread-id="all"
+< (gdb)
+< 3*stopped,reason="unknown"
+> 5-exec-next
+< 5^running
+< *running,thread-id="all"
+< (gdb)
+< 5*stopped,reason="exited-normally",exit-code="0"

@@ -1,0 +1,70 @@
+# "--thread" steps the thread's engine in that engine's numbering while the others continue; an
+# unknown thread is refused before any engine hears of it; "--thread-group i1" goes to every
+# engine of the host program and makes the host current; quit removes both engines.
+in-process
+cards: 0=127.0.1.1
+spawn: vek 0 127.0.1.1
+host: on#1 -exec-continue $TOKEN^running
+host: on#1 -exec-continue @after 100 *stopped,reason="breakpoint-hit",thread-id="1"
+host: on -exec-continue $TOKEN^running
+host: on -exec-next $TOKEN^running
+host: on -exec-next @after 100 *stopped,reason="end-stepping-range",thread-id="1"
+host: on#3 -exec-continue $TOKEN^running
+host: on#3 -exec-continue @after 100 *stopped,reason="breakpoint-hit",thread-id="1"
+host: on SIGINT @cancel
+host: on SIGINT *stopped,reason="signal-received",thread-id="1"
+host: on quit $TOKEN^exit
+host: on quit @exit 0
+card: on -exec-continue $TOKEN^running
+card: on -exec-step $TOKEN^running
+card: on -exec-step @after 50 *stopped,reason="end-stepping-range",thread-id="1"
+card: on SIGINT @cancel
+card: on SIGINT *stopped,reason="signal-received",thread-id="1"
+card: on quit $TOKEN^exit
+card: on quit @exit 0
+< =thread-group-added,id="i1"
+< (gdb)
+> 1-exec-continue
+< 1^running
+< *running,thread-id="all"
+< (gdb)
+< 1*stopped,reason="breakpoint-hit",thread-id="1"
+> 2-exec-next --thread 1
+< 2^running
+< *running,thread-id="all"
+< (gdb)
+< 2*stopped,reason="end-stepping-range",thread-id="1"
+> 3-exec-step --thread 2
+< 3^running
+< *running,thread-id="all"
+< (gdb)
+< 3*stopped,reason="end-stepping-range",thread-id="2"
+> 4-exec-next --thread 42
+< 4^error,msg="Invalid thread: 42"
+< (gdb)
+> 5-exec-continue --thread-group i1
+< 5^running
+< *running,thread-id="all"
+< (gdb)
+< 5*stopped,reason="breakpoint-hit",thread-id="1"
+> 6-stack-info-depth
+< 6^done
+< (gdb)
+> quit
+< =thread-group-removed,id="i1"
+< ^exit
+i1: 1-exec-continue
+i1: 2-exec-next $
+i1: 3-exec-continue
+i1: <SIGINT>
+i1: 5-exec-continue $
+i1: 6-stack-info-depth
+i1: quit
+vek1: 1-exec-continue
+vek1: <SIGINT>
+vek1: 2-exec-continue
+vek1: <SIGINT>
+vek1: 3-exec-step $
+vek1: 5-exec-continue $
+vek1: <SIGINT>
+vek1: quit

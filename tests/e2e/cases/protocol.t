@@ -1,0 +1,59 @@
+# A result with another token is ignored, one without a token accepted; console lines are
+# dropped and other streams, notifications and non-MI lines passed on unchanged; engine errors
+# pass on; unknown thread and group ids get fixed errors and never reach the engine, known group
+# options are stripped.
+host: on -gdb-set 99^done,stale="1"
+host: on -gdb-set $TOKEN^done,fresh="1"
+host: on -stack-info-depth ^done,depth="2"
+host: on -environment-pwd ~"console text\n"
+host: on -environment-pwd &"log text\n"
+host: on -environment-pwd @text @"target text\n"
+host: on -environment-pwd *running,thread-id="all"
+host: on -environment-pwd not an MI line at all
+host: on -environment-pwd $TOKEN^done
+host: on -stack-list-frames $TOKEN^error,msg="No stack."
+host: on -list-features $TOKEN^done,features=["frozen-varobjs","thread-info"]
+< =thread-group-added,id="i1"
+< (gdb)
+> 5-gdb-set confirm off
+< 5^done,fresh="1"
+< (gdb)
+> 6-stack-info-depth
+< 6^done,depth="2"
+< (gdb)
+> 7-environment-pwd
+< &"log text\n"
+< @"target text\n"
+< *running,thread-id="all"
+< not an MI line at all
+< 7^done
+< (gdb)
+> 1-stack-list-frames
+< 1^error,msg="No stack."
+< (gdb)
+> 2-stack-info-depth --thread 9
+< 2^error,msg="Invalid thread: 9"
+< (gdb)
+> 3-stack-info-depth --thread-group i7
+< 3^error,msg="Invalid thread-group: i7"
+< (gdb)
+> 4-gdb-set --thread-group vek1 confirm off
+< 4^error,msg="Invalid thread-group: vek1"
+< (gdb)
+> 8-stack-list-locals --thread 1 --thread-group i1 1
+< 8^error,msg="Invalid thread: 1"
+< (gdb)
+> 9-list-features --thread-group i9
+< 9^done,features=["frozen-varobjs","thread-info"]
+< (gdb)
+> 10-gdb-set --thread-group i1 confirm off
+< 10^done,fresh="1"
+< (gdb)
+i1: 5-gdb-set confirm off
+i1: 6-stack-info-depth
+i1: 7-environment-pwd
+i1: 1-stack-list-frames
+i1: 9-list-features --thread-group i9
+i1: 10-gdb-set  confirm off
+log: Cmd Id does not match. Expected: 5; got: 99
+log: Ignoring input (~"console text\n"
