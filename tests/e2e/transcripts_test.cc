@@ -38,7 +38,7 @@ struct Case {
   std::vector<std::vector<std::string>> spawns;
   std::vector<Step> steps;
   std::vector<std::string> logged;
-  std::vector<std::string> stderrLines;
+  std::string stderrText;
   std::map<std::string, std::string> received;  // engine name -> every line it received
 };
 
@@ -92,7 +92,7 @@ bool parseCase(const std::string& path, const std::string& dir, Case& c) {
       else if (key == "log")
         c.logged.push_back(text);
       else if (key == "stderr")
-        c.stderrLines.push_back(text);
+        c.stderrText += text + "\n";
       else
         c.received[key] += text + "\n";
     } else if (boost::regex_match(line, m, step)) {
@@ -114,6 +114,9 @@ class Peer {
   virtual std::string unread() = 0;
   // Steps only a child process can take; false when the step fails or does not apply.
   virtual bool control(const Step& step) = 0;
+  // Ends the program or session and everything it started; returns the log.
+  virtual std::vector<std::string> finish() = 0;
+  bool started = false;
 };
 
 class ProgramPeer : public Peer {
@@ -127,7 +130,7 @@ class ProgramPeer : public Peer {
     argv.insert(argv.end(), c.args.begin(), c.args.end());
     started = child.start(argv, env, dir.file("stderr"));
   }
-  ~ProgramPeer() override { end(); }
+  ~ProgramPeer() override { finish(); }
 
   bool send(const std::string& line) override {
     for (pid_t pid : descendants(child.pid())) seen.insert(pid);
@@ -148,8 +151,8 @@ class ProgramPeer : public Peer {
   }
   // Ends the program and every process it started (engines and what they debug); after a clean
   // exit none may be left.
-  void end() {
-    if (ended) return;
+  std::vector<std::string> finish() override {
+    if (ended) return {};
     ended = true;
     if (!exited) {
       for (pid_t pid : descendants(child.pid())) seen.insert(pid);
@@ -163,9 +166,8 @@ class ProgramPeer : public Peer {
       EXPECT_TRUE(gone) << "process " << pid << " is still running";
       if (!gone) kill(pid, SIGKILL);
     }
+    return e2e::readLogLines(dir.file("wem.log"));
   }
-
-  bool started = false;
 
  private:
   // Engines lead sessions of their own, so a group kill misses them: find them by parent.
@@ -223,9 +225,12 @@ class InProcessPeer : public Peer {
   }
   std::string unread() override { return output + rig.userOutput(); }
   bool control(const Step&) override { return false; }
+  std::vector<std::string> finish() override {
+    rig.stop();
+    return rig.logLines();
+  }
 
   SessionRig rig;
-  bool started = false;
 
  private:
   std::string output;
@@ -281,30 +286,18 @@ TEST_P(Transcript, Runs) {
   ASSERT_TRUE(parseCase(path, dir.path(), c));
   for (const auto& [name, text] : c.scenarios) dir.write(name + ".scn", text);
   for (const auto& [name, text] : c.files) dir.write(name, text);
-  std::vector<std::string> log;
-  if (c.inProcess) {
-    InProcessPeer peer(c, dir.path());
-    ASSERT_TRUE(peer.started) << "cannot start the engines";
-    converse(path, c, peer);
-    peer.rig.stop();
-    log = peer.rig.logLines();
-    for (const auto& [name, text] : c.received)
-      EXPECT_EQ(e2e::readFile(dir.file(name + ".in")), text) << "received by " << name;
-  } else {
-    ProgramPeer peer(c, dir);
-    ASSERT_TRUE(peer.started) << "cannot start " << WEM_BINARY;
-    converse(path, c, peer);
-    peer.end();
-    log = e2e::readLogLines(dir.file("wem.log"));
-    for (const auto& [name, text] : c.received)
-      EXPECT_EQ(e2e::readFile(dir.file(name + ".in")), text) << "received by " << name;
-  }
-  checkLog(path, c, log);
-  std::string stderrText;
-  for (const std::string& line : c.stderrLines) stderrText += line + "\n";
-  if (!c.stderrLines.empty()) {
-    EXPECT_EQ(e2e::readFile(dir.file("stderr")), stderrText);
-  }
+  std::unique_ptr<Peer> peer;
+  if (c.inProcess)
+    peer = std::make_unique<InProcessPeer>(c, dir.path());
+  else
+    peer = std::make_unique<ProgramPeer>(c, dir);
+  ASSERT_TRUE(peer->started) << "cannot start the program or its engines";
+  converse(path, c, *peer);
+  checkLog(path, c, peer->finish());
+  for (const auto& [name, text] : c.received)
+    EXPECT_EQ(e2e::readFile(dir.file(name + ".in")), text) << "received by " << name;
+  const std::string errors = e2e::readFile(dir.file("stderr"));
+  EXPECT_TRUE(c.stderrText.empty() || errors == c.stderrText) << "standard error: " << errors;
 }
 
 std::vector<std::string> caseNames() {

@@ -12,14 +12,14 @@ host: on#1 -gdb-set $TOKEN^done,engine="one"
 host: on -gdb-set @sleep 300
 host: on -gdb-set $TOKEN^done,engine="one"
 host: on -set-serialize-execution $TOKEN^done,engine="one"
-host2: on#1 -gdb-set @sleep 200
+host2: on#1 -gdb-set @sleep 300
 host2: on#1 -gdb-set =thread-created,id="1",group-id="i1",pid="200"
 host2: on#1 -gdb-set =thread-created,id="2",group-id="i1",pid="200"
 host2: on#1 -gdb-set $TOKEN^error,msg="two"
 host2: on -gdb-set $TOKEN^error,msg="two"
 host2: on -set-serialize-execution $TOKEN^error,msg="two"
 host2: on -stack-info-depth $TOKEN^done,depth="4"
-card: on#1 -gdb-set @sleep 400
+card: on#1 -gdb-set @sleep 600
 card: on#1 -gdb-set =thread-created,id="1",group-id="i1",pid="555"
 card: on#1 -gdb-set =library-loaded,id="/lib/card.so",symbols-loaded="0"
 card: on#1 -gdb-set $TOKEN^done
