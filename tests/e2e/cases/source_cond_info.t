@@ -23,10 +23,6 @@ file: inner.cmd 2-zub-cond-print x "it is" "it is not"
 > 12source $DIR/missing.cmd
 < 12^error,msg="Cannot open file: $DIR/missing.cmd."
 < (gdb)
-> 13source /dev/null
-< (gdb)
-< 13^done
-< (gdb)
 > 15-zub-cond-print x yes
 < 15^error,msg="Syntax error"
 < (gdb)
