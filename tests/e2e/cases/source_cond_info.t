@@ -1,5 +1,5 @@
-# Command files run line by line, nested too, each command with its own token; the empty line
-# after the last line end gets a prompt. Condition messages keep quotes. Bad input stays here.
+# Command files run line by line, nested too, each command with its own token, and the empty
+# line after the last line end gets a prompt. Messages keep quotes. Bad input reaches no engine.
 host: on /expression zero/ $TOKEN^done,value="0"
 host: on -data-evaluate-expression $TOKEN^done,value="42"
 host: on info ~"0x1000  0x2000  Yes  /lib/libc.so.6\n"
