@@ -7,6 +7,7 @@
 #include "commands/break_cmds.h"
 #include "commands/exec_cmd.h"
 #include "commands/exit_cmd.h"
+#include "commands/inferior_cmds.h"
 #include "commands/mi_cmd.h"
 #include "commands/passthrough_cmds.h"
 #include "engine/ctrl_module.h"
@@ -44,7 +45,7 @@ void execRun(MiSession&, const std::string& line, MiCmdQueue& queue) {
 const std::map<std::string, CmdFactory>& dispatchTable() {
   static const CmdFactory notYet = one<NotImplementedCmd>(true);
   static const std::map<std::string, CmdFactory> table = {
-      {"-add-inferior", notYet},
+      {"-add-inferior", one<AddInferiorCmd>()},
       {"-break-after", one<BreakConditionCmd>()},
       {"-break-condition", one<BreakConditionCmd>()},
       {"-break-delete", one<BreakDeleteCmd>()},
@@ -74,7 +75,7 @@ const std::map<std::string, CmdFactory>& dispatchTable() {
       {"-exec-step", one<ExecCmd>(false)},
       {"-exec-step-instruction", one<ExecCmd>(false)},
       {"-exec-until", one<ExecCmd>(false)},
-      {"-file-exec-and-symbols", notYet},
+      {"-file-exec-and-symbols", one<FileExecAndSymbolsCmd>()},
       {"-gdb-exit", one<GdbExitCmd>()},
       {"-gdb-set", one<GdbSetUnsetCmd>()},
       {"-gdb-unset", one<GdbSetUnsetCmd>()},
@@ -82,14 +83,14 @@ const std::map<std::string, CmdFactory>& dispatchTable() {
       {"-interpreter-exec", one<InterpreterExecCmd>()},
       {"-list-features", one<ListFeaturesCmd>()},
       {"-list-thread-groups", notYet},
-      {"-remove-inferior", notYet},
+      {"-remove-inferior", one<RemoveInferiorCmd>()},
       {"-set-serialize-execution", one<SetSerializeExecutionCmd>()},
       {"-stack-info-depth", one<StackCmd>()},
       {"-stack-list-arguments", one<StackCmd>()},
       {"-stack-list-frames", one<StackCmd>()},
       {"-stack-list-locals", one<StackCmd>()},
-      {"-target-attach", notYet},
-      {"-target-detach", notYet},
+      {"-target-attach", one<TargetAttachCmd>()},
+      {"-target-detach", one<TargetDetachCmd>()},
       {"-thread-info", notYet},
       {"-var-assign", notYet},
       {"-var-create", notYet},
@@ -103,11 +104,11 @@ const std::map<std::string, CmdFactory>& dispatchTable() {
       {"-var-set-format", notYet},
       {"-var-show-attributes", notYet},
       {"-var-update", notYet},
-      {"-zub-cond-print", notYet},
-      {"info", notYet},
+      {"-zub-cond-print", one<ZubCondPrintCmd>()},
+      {"info", one<InfoCmd>()},
       {"quit", one<GdbExitCmd>()},
       {"set", one<GdbSetUnsetCmd>()},
-      {"source", notYet},
+      {"source", one<SourceCmd>()},
       {"unset", one<GdbSetUnsetCmd>()},
   };
   return table;
