@@ -1,4 +1,5 @@
 #pragma once
+#include <istream>
 #include <string>
 
 #include "commands/mi_cmd.h"
@@ -62,4 +63,53 @@ class SetSerializeExecutionCmd : public SimpleMiCmd {
   explicit SetSerializeExecutionCmd(const std::string& line) : SimpleMiCmd(line) {}
   bool launchCmd(MiSession& session) override;
   bool replyToUser(MiSession& session) override;
+};
+
+// "info sharedlibrary": every engine's console listing reaches the user unchanged, then one
+// "^done". Other subjects answer "Command not implemented" and reach no engine.
+class InfoCmd : public SimpleMiCmd {
+ public:
+  explicit InfoCmd(const std::string& line) : SimpleMiCmd(line) {}
+  bool launchCmd(MiSession& session) override;
+  bool replyToUser(MiSession& session) override;
+
+  std::string infoSubject;  // the word after "info"
+};
+
+// "-zub-cond-print CONDITION TRUE-MESSAGE FALSE-MESSAGE": one engine evaluates the condition;
+// the reply's "zub-cond-msg" is FALSE-MESSAGE when the value is "0" or "false", otherwise
+// TRUE-MESSAGE. The arguments are the last three of the line, each a word or a quoted text that
+// keeps its quotes.
+class ZubCondPrintCmd : public SimpleMiCmd {
+ public:
+  explicit ZubCondPrintCmd(const std::string& line) : SimpleMiCmd(line) {}
+  bool launchCmd(MiSession& session) override;
+  bool replyToUser(MiSession& session) override;
+
+  std::string condition;
+  std::string trueMessage;
+  std::string falseMessage;
+};
+
+// "source FILE": every line of the file is dispatched and its commands run to completion, in
+// order, inside launchCmd; each answers the user itself, and "source" ends with its own "^done".
+// A sourced file may source another, up to kMaxSourceDepth files at once; a deeper "source"
+// answers an error instead of recursing.
+class SourceCmd : public MiCmd {
+ public:
+  static constexpr int kMaxSourceDepth = 8;
+
+  explicit SourceCmd(const std::string& line) : MiCmd(line) {}
+
+  bool launchCmd(MiSession& session) override;
+  // Ignores the line: the whole file has been run by the time engines could answer.
+  bool handleResponse(MiSession&, const std::string&, const std::string&) override { return true; }
+  bool interruptCmd(MiSession&) override { return true; }
+  bool isFinished() const override { return true; }
+
+  std::string fileName;
+
+ private:
+  // Dispatches and runs every line of the open file; their success is not checked.
+  void runLines(MiSession& session, std::istream& file);
 };

@@ -8,6 +8,7 @@
 #include "commands/data_cmds.h"
 #include "commands/exec_cmd.h"
 #include "commands/exit_cmd.h"
+#include "commands/inferior_cmds.h"
 #include "commands/mi_cmd.h"
 #include "commands/passthrough_cmds.h"
 #include "commands/thread_cmds.h"
@@ -42,12 +43,11 @@ void execRun(MiSession&, const std::string& line, MiCmdQueue& queue) {
   queue.push_back(boost::make_shared<ExecCmd>(line, false));
 }
 
-// Exact, case-sensitive command words. Words whose command is not written yet answer as an
-// unknown word does: "^done" with "Command is not implemented.".
+// Exact, case-sensitive command words; any other word answers "^done" with "Command is not
+// implemented.".
 const std::map<std::string, CmdFactory>& dispatchTable() {
-  static const CmdFactory notYet = one<NotImplementedCmd>(true);
   static const std::map<std::string, CmdFactory> table = {
-      {"-add-inferior", notYet},
+      {"-add-inferior", one<AddInferiorCmd>()},
       {"-break-after", one<BreakConditionCmd>()},
       {"-break-condition", one<BreakConditionCmd>()},
       {"-break-delete", one<BreakDeleteCmd>()},
@@ -77,7 +77,7 @@ const std::map<std::string, CmdFactory>& dispatchTable() {
       {"-exec-step", one<ExecCmd>(false)},
       {"-exec-step-instruction", one<ExecCmd>(false)},
       {"-exec-until", one<ExecCmd>(false)},
-      {"-file-exec-and-symbols", notYet},
+      {"-file-exec-and-symbols", one<FileExecAndSymbolsCmd>()},
       {"-gdb-exit", one<GdbExitCmd>()},
       {"-gdb-set", one<GdbSetUnsetCmd>()},
       {"-gdb-unset", one<GdbSetUnsetCmd>()},
@@ -85,14 +85,14 @@ const std::map<std::string, CmdFactory>& dispatchTable() {
       {"-interpreter-exec", one<InterpreterExecCmd>()},
       {"-list-features", one<ListFeaturesCmd>()},
       {"-list-thread-groups", one<ListThreadGroupsCmd>()},
-      {"-remove-inferior", notYet},
+      {"-remove-inferior", one<RemoveInferiorCmd>()},
       {"-set-serialize-execution", one<SetSerializeExecutionCmd>()},
       {"-stack-info-depth", one<StackCmd>()},
       {"-stack-list-arguments", one<StackCmd>()},
       {"-stack-list-frames", one<StackCmd>()},
       {"-stack-list-locals", one<StackCmd>()},
-      {"-target-attach", notYet},
-      {"-target-detach", notYet},
+      {"-target-attach", one<TargetAttachCmd>()},
+      {"-target-detach", one<TargetDetachCmd>()},
       {"-thread-info", one<ThreadInfoCmd>()},
       {"-var-assign", one<VarCmd>()},
       {"-var-create", one<VarCreateCmd>()},
@@ -106,11 +106,11 @@ const std::map<std::string, CmdFactory>& dispatchTable() {
       {"-var-set-format", one<VarCmd>()},
       {"-var-show-attributes", one<VarCmd>()},
       {"-var-update", one<VarUpdateCmd>()},
-      {"-zub-cond-print", notYet},
-      {"info", notYet},
+      {"-zub-cond-print", one<ZubCondPrintCmd>()},
+      {"info", one<InfoCmd>()},
       {"quit", one<GdbExitCmd>()},
       {"set", one<GdbSetUnsetCmd>()},
-      {"source", notYet},
+      {"source", one<SourceCmd>()},
       {"unset", one<GdbSetUnsetCmd>()},
   };
   return table;

@@ -71,7 +71,13 @@ TEST_F(Commands, UserInterruptStopsEveryRunningEngineWithOneStop) {
       "on#1 SIGINT *stopped,reason=\"signal-received\",thread-id=\"1\"\n"
       "on SIGINT\n";
   start(stopsOnce, stopsOnce);
-  std::thread user([] {
+  // The interrupt comes once both engines have answered: one that has not said "^running" yet
+  // is not interrupted.
+  std::thread user([this] {
+    for (int i = 0; i < 1000 && !(received("i1").ends_with("3-exec-continue\n") &&
+                                  received("vek1").ends_with("3-exec-continue\n"));
+         ++i)
+      std::this_thread::sleep_for(std::chrono::milliseconds(5));
     std::this_thread::sleep_for(std::chrono::milliseconds(300));
     sigIntPending = true;
   });

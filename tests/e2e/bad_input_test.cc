@@ -133,4 +133,22 @@ TEST_F(BadInput, EngineRecordsThatDoNotParseAreLoggedAndSkipped) {
   EXPECT_EQ(logged("Igoring bad record (value=" + deep + ") from i1."), 1u);
 }
 
+TEST_F(BadInput, CommandFilesHugeBinaryEmptyOrSourcingThemselvesAreRunToTheEnd) {
+  start("");
+  const std::string huge = dir.write("huge", "1-gdb-set v " + kMiB);
+  // No command word, an unknown word, a setting with raw bytes, no line end at the end.
+  const char odd[] = "\177ELF\n9abc\0\377\n2-gdb-set \377\0\n\0";
+  const std::string self = dir.write("self", "source " + dir.file("self") + "\n");
+  std::string unwound;  // the empty last line and "^done" of each file but the outermost
+  for (int depth = 8; depth > 1; --depth) unwound += "(gdb)\n^done\n(gdb)\n";
+  wem.write("5source " + huge + "\n6source " + dir.write("odd", std::string(odd, sizeof odd - 1)) +
+            "\n7source " + self + "\n8source " + dir.write("empty", "") + "\n");
+  expect(
+      "1^done\n(gdb)\n5^done\n(gdb)\n(gdb)\n9^done,msg=\"Command is not implemented.\"\n(gdb)\n"
+      "2^done\n(gdb)\n(gdb)\n6^done\n(gdb)\n^error,msg=\"Command files nest too deeply (more than "
+      "8): " +
+      self + "\"\n(gdb)\n" + unwound + "(gdb)\n7^done\n(gdb)\n(gdb)\n8^done\n(gdb)\n");
+  exitSession("1-gdb-set v " + kMiB + "\n" + std::string("2-gdb-set \377\0\n", 13));
+}
+
 }  // namespace

@@ -1,0 +1,44 @@
+# Attach: the engine's stop with the command's token and user thread ids. Detach clears the pid,
+# so the next attach starts the group again. An added inferior is current; removed ids fail.
+host: on /attach +77/ =thread-created,id="7",group-id="i1",pid="77"
+host: on /attach +77/ *stopped,reason="signal-received",thread-id="7"
+host: on /attach +77/ $TOKEN^done,thread-id="7"
+< =thread-group-added,id="i1"
+< (gdb)
+> 1-target-attach --thread-group i1 77
+< =thread-group-started,id="i1",type="process",pid="77"
+< =thread-created,id="1",group-id="i1",pid="77"
+< 1*stopped,reason="signal-received",thread-id="1"
+< 1^done,thread-id="1"
+< (gdb)
+> 2-target-detach
+< =thread-group-exited,id="i1"
+< 2^done
+< (gdb)
+> 3-target-attach 77
+< =thread-group-started,id="i1",type="process",pid="77"
+< =thread-created,id="1",group-id="i1",pid="77"
+< 3*stopped,reason="signal-received",thread-id="1"
+< 3^done,thread-id="1"
+< (gdb)
+> 4-add-inferior
+< =thread-group-added,id="i2"
+< (gdb)
+> 5-file-exec-and-symbols --thread 1 prog
+< 5^done
+< (gdb)
+> 6-remove-inferior i1
+< =thread-group-removed,id="i1"
+< 6^done
+< (gdb)
+> 7-remove-inferior i1
+< 7^error,msg="Invalid thread-group: i1"
+< (gdb)
+> 8-gdb-exit
+< =thread-group-removed,id="i2"
+< 8^exit
+i1: 1-target-attach  77
+i1: 2-target-detach
+i1: 3-target-attach 77
+i1: 5-file-exec-and-symbols --thread 7 prog
+i1: -gdb-exit
