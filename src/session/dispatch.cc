@@ -5,11 +5,14 @@
 
 #include "base/signals.h"
 #include "commands/break_cmds.h"
+#include "commands/data_cmds.h"
 #include "commands/exec_cmd.h"
 #include "commands/exit_cmd.h"
 #include "commands/inferior_cmds.h"
 #include "commands/mi_cmd.h"
 #include "commands/passthrough_cmds.h"
+#include "commands/thread_cmds.h"
+#include "commands/var_cmds.h"
 #include "engine/ctrl_module.h"
 #include "match/cmd_matchers.h"
 #include "session/mi_session.h"
@@ -40,10 +43,9 @@ void execRun(MiSession&, const std::string& line, MiCmdQueue& queue) {
   queue.push_back(boost::make_shared<ExecCmd>(line, false));
 }
 
-// Exact, case-sensitive command words. Words whose command is not written yet answer as an
-// unknown word does: "^done" with "Command is not implemented.".
+// Exact, case-sensitive command words; any other word answers "^done" with "Command is not
+// implemented.".
 const std::map<std::string, CmdFactory>& dispatchTable() {
-  static const CmdFactory notYet = one<NotImplementedCmd>(true);
   static const std::map<std::string, CmdFactory> table = {
       {"-add-inferior", one<AddInferiorCmd>()},
       {"-break-after", one<BreakConditionCmd>()},
@@ -52,13 +54,13 @@ const std::map<std::string, CmdFactory>& dispatchTable() {
       {"-break-disable", one<BreakDisableCmd>()},
       {"-break-enable", one<BreakEnableCmd>()},
       {"-break-insert", one<BreakInsertCmd>(false)},
-      {"-data-disassemble", notYet},
-      {"-data-evaluate-expression", notYet},
-      {"-data-list-changed-registers", notYet},
-      {"-data-list-register-names", notYet},
-      {"-data-list-register-values", notYet},
-      {"-data-read-memory", notYet},
-      {"-data-write-memory", notYet},
+      {"-data-disassemble", one<DataDisassembleCmd>()},
+      {"-data-evaluate-expression", one<DataCmd>()},
+      {"-data-list-changed-registers", one<DataCmd>()},
+      {"-data-list-register-names", one<DataListRegisterNamesCmd>()},
+      {"-data-list-register-values", one<DataListRegisterValuesCmd>()},
+      {"-data-read-memory", one<DataCmd>()},
+      {"-data-write-memory", one<DataCmd>()},
       {"-environment-cd", one<EnvironmentCmd>()},
       {"-environment-directory", one<EnvironmentCmd>()},
       {"-environment-path", one<EnvironmentCmd>()},
@@ -82,7 +84,7 @@ const std::map<std::string, CmdFactory>& dispatchTable() {
       {"-inferior-tty-set", one<InferiorTtySetCmd>()},
       {"-interpreter-exec", one<InterpreterExecCmd>()},
       {"-list-features", one<ListFeaturesCmd>()},
-      {"-list-thread-groups", notYet},
+      {"-list-thread-groups", one<ListThreadGroupsCmd>()},
       {"-remove-inferior", one<RemoveInferiorCmd>()},
       {"-set-serialize-execution", one<SetSerializeExecutionCmd>()},
       {"-stack-info-depth", one<StackCmd>()},
@@ -91,19 +93,19 @@ const std::map<std::string, CmdFactory>& dispatchTable() {
       {"-stack-list-locals", one<StackCmd>()},
       {"-target-attach", one<TargetAttachCmd>()},
       {"-target-detach", one<TargetDetachCmd>()},
-      {"-thread-info", notYet},
-      {"-var-assign", notYet},
-      {"-var-create", notYet},
-      {"-var-delete", notYet},
-      {"-var-evaluate-expression", notYet},
-      {"-var-info-expression", notYet},
-      {"-var-info-num-children", notYet},
-      {"-var-info-path-expression", notYet},
-      {"-var-info-type", notYet},
-      {"-var-list-children", notYet},
-      {"-var-set-format", notYet},
-      {"-var-show-attributes", notYet},
-      {"-var-update", notYet},
+      {"-thread-info", one<ThreadInfoCmd>()},
+      {"-var-assign", one<VarCmd>()},
+      {"-var-create", one<VarCreateCmd>()},
+      {"-var-delete", one<VarDeleteCmd>()},
+      {"-var-evaluate-expression", one<VarCmd>()},
+      {"-var-info-expression", one<VarCmd>()},
+      {"-var-info-num-children", one<VarCmd>()},
+      {"-var-info-path-expression", one<VarCmd>()},
+      {"-var-info-type", one<VarCmd>()},
+      {"-var-list-children", one<VarCmd>()},
+      {"-var-set-format", one<VarCmd>()},
+      {"-var-show-attributes", one<VarCmd>()},
+      {"-var-update", one<VarUpdateCmd>()},
       {"-zub-cond-print", one<ZubCondPrintCmd>()},
       {"info", one<InfoCmd>()},
       {"quit", one<GdbExitCmd>()},

@@ -74,7 +74,7 @@ bool parseCase(const std::string& path, const std::string& dir, Case& c) {
       c.inProcess = true;
     } else if (boost::regex_match(line, m, keyed)) {
       const std::string key = m[1], text = m[2];
-      if (key.starts_with("host") || key.starts_with("card"))
+      if (key.starts_with("host") || (key.starts_with("card") && key != "cards"))
         c.scenarios[(key[0] == 'h' ? "i" : "vek") + key.substr(4)] += text + "\n";
       else if (key == "args")
         c.args = words(text);

@@ -1,0 +1,254 @@
+// The cost of one "-data-list-register-values --thread 1 x" round trip (every register of the
+// stopped thread) against stock gdb stopped at a breakpoint of a small program:
+// - BM_RegisterValues/0: gdb driven directly;
+// - /1: the same gdb driven through the program (no card known: line and answer pass through);
+// - /2: through a session run in this process, no card known;
+// - /3: the same session with a card known: the answer is rebuilt in the card architecture's
+//   numbering (the host's register names were fetched once, before timing).
+// In-process runs leave out the program's user threads; /1 against /2 shows what they cost.
+// BM_RegisterValuesReply isolates the program's own work on gdb's answer, with and without card.
+#include <benchmark/benchmark.h>
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <stdlib.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "base/log.h"
+#include "commands/break_cmds.h"
+#include "commands/data_cmds.h"
+#include "commands/exec_cmd.h"
+#include "engine/ctrl_module.h"
+#include "session/mi_session.h"
+
+namespace {
+
+const std::string kWem = WEM_BINARY_DIR "/bin/wem";
+const std::string kRequest = "3-data-list-register-values --thread 1 x\n";
+
+// A program whose breakpoint is hit once; it then waits there for as long as anyone asks.
+std::string buildProgram(const std::string& dir) {
+  const std::string source = dir + "/regs.c";
+  std::ofstream(source) << "void hit(void) {}\nint main(void) { hit(); return 0; }\n";
+  const std::string program = dir + "/regs";
+  if (system(("cc -g -O0 -o " + program + " " + source + " 2>/dev/null").c_str()) != 0) return "";
+  return program;
+}
+
+// gdb, or the program on gdb, on pipes in a process group of its own; reads have a deadline.
+class Debugger {
+ public:
+  Debugger(const std::vector<std::string>& argv, bool throughWem) {
+    int in[2], out[2];
+    if (pipe(in) != 0 || pipe(out) != 0) return;
+    pid = fork();
+    if (pid == 0) {
+      setpgid(0, 0);
+      dup2(in[0], 0);
+      dup2(out[1], 1);
+      const int null = open("/dev/null", O_WRONLY);
+      dup2(null, 2);
+      for (int fd : {in[0], in[1], out[0], out[1], null}) close(fd);
+      if (throughWem) setenv("ZUBC_HOST", "gdb", 1);
+      unsetenv("WEM_LOG");
+      std::vector<char*> args;
+      for (const std::string& arg : argv) args.push_back(const_cast<char*>(arg.c_str()));
+      args.push_back(nullptr);
+      execvp(args[0], args.data());
+      _exit(127);
+    }
+    close(in[0]);
+    close(out[1]);
+    toChild = in[1];
+    fromChild = out[0];
+  }
+  // Asks for an exit first, so that gdb ends its program itself; kills the group after 5 s.
+  ~Debugger() {
+    if (pid <= 0) return;
+    send("9-gdb-exit\n");
+    close(toChild);
+    for (int waited = 0; waited < 500 && waitpid(pid, nullptr, WNOHANG) == 0; ++waited)
+      usleep(10000);
+    if (kill(pid, 0) == 0) {
+      kill(-pid, SIGKILL);
+      waitpid(pid, nullptr, 0);
+    }
+    close(fromChild);
+  }
+
+  bool send(const std::string& line) {
+    return write(toChild, line.data(), line.size()) == static_cast<ssize_t>(line.size());
+  }
+  // Reads lines until one holds `prefix` (kept in `matched`) and, with `prompt`, the prompt after
+  // it; false after ten seconds.
+  bool answer(const std::string& prefix, bool prompt = true, std::string* matched = nullptr) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    bool found = false;
+    for (;;) {
+      for (size_t end; (end = buffer.find('\n')) != std::string::npos;) {
+        const std::string line = buffer.substr(0, end);
+        buffer.erase(0, end + 1);
+        if (found && line.starts_with("(gdb)")) return true;  // gdb writes "(gdb) "
+        if (!found && line.find(prefix) != std::string::npos) {
+          found = true;
+          if (matched) *matched = line + "\n";
+        }
+        if (found && !prompt) return true;
+      }
+      auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+          deadline - std::chrono::steady_clock::now());
+      pollfd fd = {fromChild, POLLIN, 0};
+      if (left.count() <= 0 || poll(&fd, 1, left.count()) <= 0) return false;
+      char bytes[65536];
+      const ssize_t n = read(fromChild, bytes, sizeof bytes);
+      if (n <= 0) return false;
+      buffer.append(bytes, n);
+    }
+  }
+
+  pid_t pid = -1;
+
+ private:
+  int toChild = -1;
+  int fromChild = -1;
+  std::string buffer;
+};
+
+// Stopped at the breakpoint. The program writes no prompt after a "*stopped" record.
+bool stopAtHit(Debugger& debugger) {
+  return debugger.send("1-break-insert hit\n") && debugger.answer("1^done") &&
+         debugger.send("2-exec-run\n") && debugger.answer("2^running") &&
+         debugger.answer("*stopped", false);
+}
+
+void overPipes(benchmark::State& state, bool throughWem, const std::string& program) {
+  Debugger debugger(throughWem ? std::vector<std::string>{kWem, "--interpreter=mi", program}
+                               : std::vector<std::string>{"gdb", "--interpreter=mi", program},
+                    throughWem);
+  if (debugger.pid <= 0 || !stopAtHit(debugger)) {
+    state.SkipWithError("cannot stop the program under gdb");
+    return;
+  }
+  for (auto _ : state) {
+    if (!debugger.send(kRequest) || !debugger.answer("3^done")) {
+      state.SkipWithError("no register values within ten seconds");
+      return;
+    }
+  }
+}
+
+bool drainUser(CtrlModule& ctrl, const std::string& prefix) {
+  bool found = false;
+  for (std::string piece; ctrl.userOutput.tryTake(piece);)
+    found = found || piece.starts_with(prefix);
+  return found;
+}
+
+void inProcess(benchmark::State& state, bool cardKnown, const std::string& program) {
+  QuietStream log;
+  Options options;
+  CtrlModule ctrl(log);  // never started: the user's output is read from its queue
+  MiSession session(ctrl, options);
+  const char* argv[] = {"engine", "--interpreter=mi", program.c_str(), nullptr};
+  std::string zubId;
+  bool ready = session.spawnZub(argv, "i", zubId);
+  session.currentZubId = zubId;
+  BreakInsertCmd breakpoint("1-break-insert hit\n", false);
+  ExecCmd run("2-exec-run\n", false);
+  ready =
+      ready && session.runCmd(breakpoint) && session.runCmd(run) && drainUser(ctrl, "2*stopped");
+  if (cardKnown) {
+    session.cardIpTable["0"] = "192.0.2.1";
+    DataListRegisterValuesCmd first(kRequest);
+    ready = ready && session.runCmd(first) && drainUser(ctrl, "3^done");
+  }
+  if (!ready) state.SkipWithError("cannot stop the program under gdb");
+  for (auto _ : state) {
+    if (!ready) break;
+    DataListRegisterValuesCmd values(kRequest);
+    if (!session.runCmd(values) || !drainUser(ctrl, "3^done")) {
+      state.SkipWithError("no register values");
+      break;
+    }
+  }
+  session.stop();
+}
+
+void BM_RegisterValues(benchmark::State& state) {
+  static const char* labels[] = {"gdb directly", "through wem", "in process, no card",
+                                 "in process, card known"};
+  state.SetLabel(labels[state.range(0)]);
+  char dirTemplate[] = "/tmp/bench_data_XXXXXX";
+  const std::string dir = mkdtemp(dirTemplate);
+  const std::string program = buildProgram(dir);
+  if (program.empty())
+    state.SkipWithError("cannot build the program");
+  else if (state.range(0) < 2)
+    overPipes(state, state.range(0) == 1, program);
+  else
+    inProcess(state, state.range(0) == 3, program);
+  if (system(("rm -rf " + dir).c_str()) != 0) state.SkipWithError("cannot remove the directory");
+}
+BENCHMARK(BM_RegisterValues)->DenseRange(0, 3)->Unit(benchmark::kMicrosecond)->UseRealTime();
+
+// The program's own share of a register-values round trip on a card-less (0) and a card (1)
+// session: gdb's recorded answer to "x" (every register) handed to the command, up to the reply
+// queued for the user. With a card the answer is rebuilt in the card's 98-register numbering.
+void BM_RegisterValuesReply(benchmark::State& state) {
+  const bool cardKnown = state.range(0) == 1;
+  state.SetLabel(cardKnown ? "card known" : "no card");
+  char dirTemplate[] = "/tmp/bench_data_XXXXXX";
+  const std::string dir = mkdtemp(dirTemplate);
+  const std::string program = buildProgram(dir);
+  std::string names, values;
+  {
+    Debugger gdb({"gdb", "--interpreter=mi", program}, false);
+    if (program.empty() || !stopAtHit(gdb) || !gdb.send("5-data-list-register-names\n") ||
+        !gdb.answer("5^done", true, &names) || !gdb.send(kRequest) ||
+        !gdb.answer("3^done", true, &values))
+      state.SkipWithError("no answers recorded from gdb");
+  }
+  if (system(("rm -rf " + dir).c_str()) != 0) state.SkipWithError("cannot remove the directory");
+  QuietStream log;
+  Options options;
+  CtrlModule ctrl(log);  // never started, no engine: answers are handed to the commands
+  MiSession session(ctrl, options);
+  std::string userThreadId;
+  session.threadIdTable.toExtThreadId("i1", "1", userThreadId);
+  if (cardKnown) {
+    session.cardIpTable["0"] = "192.0.2.1";
+    DataListRegisterNamesCmd fetch("5-data-list-register-names\n");
+    fetch.pendingZubIds.insert("i1");
+    fetch.handleResponse(session, "i1", names);
+  }
+  drainUser(ctrl, "");
+  for (auto _ : state) {
+    if (values.empty()) break;
+    DataListRegisterValuesCmd cmd(kRequest);
+    cmd.pendingZubIds.insert("i1");
+    cmd.handleResponse(session, "i1", values);
+    if (!drainUser(ctrl, "3^done")) {
+      state.SkipWithError("no reply");
+      break;
+    }
+  }
+}
+BENCHMARK(BM_RegisterValuesReply)->DenseRange(0, 1)->Unit(benchmark::kMicrosecond);
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  // The in-process session reads its engine once per process.
+  setenv("ZUBC_HOST", "gdb", 1);
+  signal(SIGPIPE, SIG_IGN);
+  benchmark::Initialize(&argc, argv);
+  benchmark::RunSpecifiedBenchmarks();
+  benchmark::Shutdown();
+  return 0;
+}
