@@ -35,7 +35,7 @@ TEST(MiCorpus, RecordedEngineOutputPrintsBackUnchanged) {
   int records = 0;
   int merges = 0;
   ThreadIdTable table;
-  for (const std::string& line : readLines(WEM_SOURCE_DIR "/tests/data/gdb_session.mi")) {
+  for (const std::string& line : readLines(WEM_SOURCE_DIR "/tests/data/recorded/gdb_session.mi")) {
     std::string results;
     if (!resultsPart(line, results)) continue;
     MiRecordPtr record;
