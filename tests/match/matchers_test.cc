@@ -1,4 +1,4 @@
-// Every matcher is a function of its input here: "-" when the text does not fit and its outputs
+// Every matcher is a function of its input here: "no" when the text does not fit and its outputs
 // stayed untouched, otherwise what it gave (outputs joined by " ; ", list items by blanks). Each
 // matcher has one table of subtle inputs; the same functions run on mebibyte lines, and the two
 // matchers that collect every repetition of a group are checked against plain references.
@@ -24,32 +24,15 @@ using In = const std::string&;
 using Render = std::function<std::string(In)>;
 
 template <class List>
-std::string join(const List& items) {
+std::string join(const List& items, const char* separator = " ") {
   std::ostringstream text;
-  for (const auto& item : items) text << (text.tellp() ? " " : "") << item;
+  for (const auto& item : items) text << (text.tellp() ? separator : "") << item;
   return text.str();
 }
-Render one(std::function<bool(In, std::string&)> matcher) {
-  return [matcher](In text) {
-    std::string out = "u";
-    return matcher(text, out) ? out : out == "u" ? "-" : "-changed " + out;
-  };
-}
-Render three(std::function<bool(In, std::string&, std::string&, std::string&)> matcher) {
-  return [matcher](In text) {
-    std::string a = "u", b = "u", c = "u";
-    return matcher(text, a, b, c) ? a + " ; " + b + " ; " + c : a + b + c == "uuu" ? "-" : "!";
-  };
-}
-Render whole(bool (*matcher)(In)) {
-  return [matcher](In text) { return matcher(text) ? "yes" : "-"; };
-}
-Render replaced(std::function<void(In, std::string&)> replacer) {
-  return [replacer](In text) {
-    std::string out = "-";
-    replacer(text, out);
-    return out;
-  };
+// The outputs joined by " ; "; "no" for a miss that left them all at "u", "!" for one that did not.
+std::string shown(bool found, std::vector<std::string> outs) {
+  if (found) return join(outs, " ; ");
+  return join(outs) == join(std::vector<std::string>(outs.size(), "u")) ? "no" : "!";
 }
 // The list starts with one item that must stay first, and a miss must add nothing.
 template <class Item>
@@ -59,56 +42,56 @@ Render appended(Item first, bool (*matcher)(In, std::list<Item>&)) {
     const bool found = matcher(text, items);
     if (items.front() != first || (!found && items.size() > 1)) return std::string("!");
     items.pop_front();
-    return found ? join(items) : "-";
+    return found ? join(items) : "no";
   };
 }
+// clang-format off
+#define ONE(call) [](In t) { std::string o = "u"; const bool found = call; return shown(found, {o}); }
+#define THREE(f) [](In t) { std::string a = "u", b = "u", c = "u"; const bool found = f(t, a, b, c); \
+                            return shown(found, {a, b, c}); }
+#define WHOLE(f) [](In t) { return std::string(f(t) ? "yes" : "no"); }
+#define OUT(call) [](In t) { std::string o = "no"; call; return o; }
+// clang-format on
 
 const std::map<std::string, Render> kMatchers = {
-    {"matchCmdId", one([](In t, std::string& o) { return matchCmdId(o, t); })},
-    {"matchCmdName", one([](In t, std::string& o) { return matchCmdName(o, t); })},
-    {"matchCmdThreadId", one([](In t, std::string& o) { return matchCmdThreadId(o, t); })},
-    {"matchCmdThreadGroupId",
-     one([](In t, std::string& o) { return matchCmdThreadGroupId(o, t); })},
-    {"matchThreadInfo", one(matchThreadInfo)},
-    {"matchBkpId", one(matchBkpId)},
-    {"matchBkpCondId", one(matchBkpCondId)},
-    {"matchVarCreate", one(matchVarCreate)},
-    {"matchVarObjId", one(matchVarObjId)},
-    {"matchInfoCmd", one(matchInfoCmd)},
-    {"matchInferiorId", one(matchInferiorId)},
-    {"matchSourceCmd", one(matchSourceCmd)},
-    {"matchZubCondPrintCmd", three(matchZubCondPrintCmd)},
+    {"matchCmdId", ONE(matchCmdId(o, t))},
+    {"matchCmdName", ONE(matchCmdName(o, t))},
+    {"matchCmdThreadId", ONE(matchCmdThreadId(o, t))},
+    {"matchCmdThreadGroupId", ONE(matchCmdThreadGroupId(o, t))},
+    {"matchThreadInfo", ONE(matchThreadInfo(t, o))},
+    {"matchBkpId", ONE(matchBkpId(t, o))},
+    {"matchBkpCondId", ONE(matchBkpCondId(t, o))},
+    {"matchVarCreate", ONE(matchVarCreate(t, o))},
+    {"matchVarObjId", ONE(matchVarObjId(t, o))},
+    {"matchInfoCmd", ONE(matchInfoCmd(t, o))},
+    {"matchInferiorId", ONE(matchInferiorId(t, o))},
+    {"matchSourceCmd", ONE(matchSourceCmd(t, o))},
+    {"matchZubCondPrintCmd", THREE(matchZubCondPrintCmd)},
     {"matchListThreadGroups",
      [](In t) {
        bool available = true;  // reset even when the line does not fit
        std::set<std::string> groups = {"~old"};
        const bool found = matchListThreadGroups(t, available, groups);
-       return (found ? "" : "-") + std::string(available ? "available " : "") + join(groups);
+       return (found ? "" : "no ") + std::string(available ? "available " : "") + join(groups);
      }},
     {"matchRegisterList", appended(99u, matchRegisterList)},
-    {"replaceCmdThreadId",
-     replaced([](In t, std::string& o) { replaceCmdThreadId(t, "--thread 7", o); })},
-    {"replaceCmdThreadGroupId",
-     replaced([](In t, std::string& o) { replaceCmdThreadGroupId(t, "G", o); })},
-    {"replaceTag", replaced([](In t, std::string& o) { replaceTag(o = t, "<VEKCARD>", "vek0"); })},
-    {"replaceBkpCondId", one([](In t, std::string& o) { return replaceBkpCondId(t, "7", o); })},
-    {"replaceVarCreateObjId",
-     one([](In t, std::string& o) { return replaceVarCreateObjId(t, "v5", o); })},
-    {"replaceRegisterList", replaced([](In t, std::string& o) {
-       replaceRegisterList(t, {4, 5}, o);
-     })},
-    {"replaceRegisterList{}",
-     replaced([](In t, std::string& o) { replaceRegisterList(t, {}, o); })},
-    {"matchMiResultType", one(matchMiResultType)},
-    {"matchMiRecord", one(matchMiRecord)},
-    {"matchMiEvent", one(matchMiEvent)},
-    {"matchMiOut", whole(matchMiOut)},
-    {"matchGdbPrompt", whole(matchGdbPrompt)},
-    {"matchMiStopped", whole(matchMiStopped)},
-    {"matchUnexpectedCondition", whole(matchUnexpectedCondition)},
-    {"matchRconnectValue", three(matchRconnectValue)},
-    {"matchMountSysfs", one(matchMountSysfs)},
-    {"matchCardIpAddress", one(matchCardIpAddress)},
+    {"replaceCmdThreadId", OUT(replaceCmdThreadId(t, "--thread 7", o))},
+    {"replaceCmdThreadGroupId", OUT(replaceCmdThreadGroupId(t, "G", o))},
+    {"replaceTag", OUT(replaceTag(o = t, "<VEKCARD>", "vek0"))},
+    {"replaceBkpCondId", ONE(replaceBkpCondId(t, "7", o))},
+    {"replaceVarCreateObjId", ONE(replaceVarCreateObjId(t, "v5", o))},
+    {"replaceRegisterList", OUT(replaceRegisterList(t, {4, 5}, o))},
+    {"replaceRegisterList{}", OUT(replaceRegisterList(t, {}, o))},
+    {"matchMiResultType", ONE(matchMiResultType(t, o))},
+    {"matchMiRecord", ONE(matchMiRecord(t, o))},
+    {"matchMiEvent", ONE(matchMiEvent(t, o))},
+    {"matchMiOut", WHOLE(matchMiOut)},
+    {"matchGdbPrompt", WHOLE(matchGdbPrompt)},
+    {"matchMiStopped", WHOLE(matchMiStopped)},
+    {"matchUnexpectedCondition", WHOLE(matchUnexpectedCondition)},
+    {"matchRconnectValue", THREE(matchRconnectValue)},
+    {"matchMountSysfs", ONE(matchMountSysfs(t, o))},
+    {"matchCardIpAddress", ONE(matchCardIpAddress(t, o))},
     {"matchEchoCardNums", appended(std::string("old"), matchEchoCardNums)},
 };
 
@@ -116,83 +99,83 @@ const std::map<std::string, Render> kMatchers = {
 // and \\ decoded; <defect> stands for the text of the unexpected-condition warning.
 const char kTables[] = R"(
 matchCmdId `12-exec-run\n` `12`
-matchCmdId ` 12-exec-run\n` `-`
+matchCmdId ` 12-exec-run\n` `no`
 matchCmdId `-exec-run\n7-x\n` `7`
 matchCmdName `12-exec-run\n` `-exec-run`
 matchCmdName `info frame\n` `info`
 matchCmdName `3-break|insert x\n` `-break|insert`
 matchCmdName `-Exec-run\n` `-`
-matchCmdName `12\n` `-`
+matchCmdName `12\n` `no`
 matchCmdName `12 -exec\n\n-gdb-exit\n` `-gdb-exit`
 matchCmdThreadId `-exec-next --thread-group i1 --thread 12\n` `12`
 matchCmdThreadId `-x --thread 3 --thread 4\n` `3`
 matchCmdThreadId `-x --thread\t\n 7\n` `7`
-matchCmdThreadId `-x --thread x\n` `-`
-matchCmdThreadId `-x --thread-group i1\n` `-`
+matchCmdThreadId `-x --thread x\n` `no`
+matchCmdThreadId `-x --thread-group i1\n` `no`
 matchCmdThreadGroupId `-list --thread-group i1\n` `i1`
 matchCmdThreadGroupId `-x --thread-group   \n` ``
 matchCmdThreadGroupId `-x --thread-group i|2_a-b\n` `i|2_a`
-matchCmdThreadGroupId `-x --thread-groupi1\n` `-`
+matchCmdThreadGroupId `-x --thread-groupi1\n` `no`
 matchThreadInfo `5-thread-info 3\n` `3`
 matchThreadInfo `5-thread-info\n` ``
-matchThreadInfo `5-thread-info` `-`
-matchThreadInfo `-thread-infox 2\n` `-`
+matchThreadInfo `5-thread-info` `no`
+matchThreadInfo `-thread-infox 2\n` `no`
 matchBkpId `-break-delete 1 2\n` `2`
 matchBkpId `-break-delete 3 x7\n` `7`
 matchBkpId `-break-delete abc\n` ``
 matchBkpId `-break-delete 4\r\n` `4`
 matchBkpId `-break-delete 4 \nx\n` `4`
-matchBkpId `-break-delete 4` `-`
+matchBkpId `-break-delete 4` `no`
 matchBkpCondId `-break-condition 3 x>1\n` `3`
 matchBkpCondId `7-break-after 10 2\n` `10`
 matchBkpCondId `-break-condition --thread 4 3 x\n` `3`
-matchBkpCondId `-break-condition --force 3 x\n` `-`
-matchBkpCondId `-break-condition x\n` `-`
+matchBkpCondId `-break-condition --force 3 x\n` `no`
+matchBkpCondId `-break-condition x\n` `no`
 matchBkpCondId `-break-condition \n` ``
-matchBkpCondId `x -break-after 1 2\n` `-`
+matchBkpCondId `x -break-after 1 2\n` `no`
 matchVarCreate `-var-create - * x\n` `-`
 matchVarCreate `3-var-create --thread 1 --frame 0 v_1 * x\n` `v_1`
 matchVarCreate `-var-create --frame 0 --thread 1 v1 * x\n` `-`
 matchVarCreate `-var-create my|var * x\n` `my|var`
-matchVarCreate `-var-create\n` `-`
+matchVarCreate `-var-create\n` `no`
 matchVarObjId `-var-update --all-values var1\n` `var1`
 matchVarObjId `-var-update 1 *\n` `*`
 matchVarObjId `-var-list-children var1.public.x\n` `var1`
 matchVarObjId `-var-update 1\n` `1`
 matchVarObjId `-var-delete -c var2\n` `var2`
 matchVarObjId `12-var-evaluate-expression --thread 2 var3\n` `var3`
-matchVarObjId `-var-update\n` `-`
+matchVarObjId `-var-update\n` `no`
 matchInfoCmd `5info frame\n` `frame`
-matchInfoCmd `info\n` `-`
-matchInfoCmd `information x\n` `-`
-matchInfoCmd `info 3\n` `-`
+matchInfoCmd `info\n` `no`
+matchInfoCmd `information x\n` `no`
+matchInfoCmd `info 3\n` `no`
 matchInferiorId `4-remove-inferior i2 \n` `i2`
-matchInferiorId `-remove-inferior i2` `-`
-matchInferiorId `-remove-inferior i2 i3\n` `-`
+matchInferiorId `-remove-inferior i2` `no`
+matchInferiorId `-remove-inferior i2 i3\n` `no`
 matchSourceCmd `source /tmp/cmds.txt\n` `/tmp/cmds.txt`
-matchSourceCmd `source a b\n` `-`
-matchSourceCmd `source a` `-`
+matchSourceCmd `source a b\n` `no`
+matchSourceCmd `source a` `no`
 matchZubCondPrintCmd `-zub-cond-print 1 "a b" c\n` `1 ; "a b" ; c`
 matchZubCondPrintCmd `x a b c d\n` `b ; c ; d`
 matchZubCondPrintCmd `x "a b" "" c\n` `"a b" ; "" ; c`
-matchZubCondPrintCmd `x a b c \n` `-`
-matchZubCondPrintCmd `x "a b c\n` `-`
-matchZubCondPrintCmd `x a b\n` `-`
+matchZubCondPrintCmd `x a b c \n` `no`
+matchZubCondPrintCmd `x "a b c\n` `no`
+matchZubCondPrintCmd `x a b\n` `no`
 matchListThreadGroups `-list-thread-groups --available\n` `available ~old`
 matchListThreadGroups `-list-thread-groups i1\n` `i1 ~old`
 matchListThreadGroups `-list-thread-groups i1` `~old`
 matchListThreadGroups `-list-thread-groups i1 i2\n` `i2 ~old`
 matchListThreadGroups `5-list-thread-groups --available i3\n` `available i3 ~old`
 matchListThreadGroups `-list-thread-groups i|1 \n` `i|1 ~old`
-matchListThreadGroups `-thread-info\n` `-~old`
+matchListThreadGroups `-thread-info\n` `no ~old`
 matchRegisterList `-data-list-register-values x 1 2 17\n` `1 2 17`
 matchRegisterList `-data-list-register-values x\n` ``
 matchRegisterList `-data-list-register-values --skip-unavailable N 3 \r\n` `3`
 matchRegisterList `-data-list-register-values x 1 | 3\n` `3`
-matchRegisterList `-data-list-register-values x 1 a 2\n` `-`
+matchRegisterList `-data-list-register-values x 1 a 2\n` `no`
 matchRegisterList `x 1\n2 y\n` `1`
 matchRegisterList `r 007 4294967295\n` `7 4294967295`
-matchRegisterList `r 4294967296\n` `-`
+matchRegisterList `r 4294967296\n` `no`
 replaceCmdThreadId `-exec-next\n` `-exec-next\n`
 replaceCmdThreadId `-x --thread 1 --thread-group i1 --thread\n 2\n` `-x --thread 7 --thread-group i1 --thread 7\n`
 replaceCmdThreadGroupId `-break-insert --thread-group i1 main\n` `-break-insert G main\n`
@@ -202,65 +185,65 @@ replaceTag `target remote <VEKCARD>:2000 # <VEKCARD>` `target remote vek0:2000 #
 replaceBkpCondId `12-break-condition --thread 2 3 x>1\n` `12-break-condition --thread 2 7 x>1\n`
 replaceBkpCondId `-break-after 3  5\n` `-break-after 7  5\n`
 replaceBkpCondId `-break-after 3\n` `-break-after 7 `
-replaceBkpCondId `-break-condition x\n` `-`
+replaceBkpCondId `-break-condition x\n` `no`
 replaceVarCreateObjId `-var-create - * x\n` `-var-create v5 * x\n`
 replaceVarCreateObjId `5-var-create --thread 1 --frame 0 mine * x\n` `5-var-create --thread 1 --frame 0 v5 * x\n`
 replaceVarCreateObjId `-var-create -\n` `-var-create v5 `
-replaceVarCreateObjId `-var-create -x * y\n` `-`
+replaceVarCreateObjId `-var-create -x * y\n` `no`
 replaceRegisterList `-data-list-register-values x 1 2 17\n` `-data-list-register-values x 4 5\n`
 replaceRegisterList `-data-list-register-values x\r\n` `-data-list-register-values x 4 5\n`
 replaceRegisterList `-data-list-register-values x 1 | 2\n` `-data-list-register-values x 1 | 4 5\n`
-replaceRegisterList `-data-list-register-values x 1 a\n` `-`
+replaceRegisterList `-data-list-register-values x 1 a\n` `no`
 replaceRegisterList{} `-data-list-register-values r 8\n` `-data-list-register-values r\n`
 matchMiResultType `12^done,bkpt={number="1"}\n` `done`
 matchMiResultType `^connected\n` `connected`
 matchMiResultType `^doneness\n` `done`
 matchMiResultType `=thread-created\n^done\n` `done`
-matchMiResultType `*stopped,reason="x"\n` `-`
-matchMiResultType `12 ^done\n` `-`
-matchMiRecord `^done\n` `-`
+matchMiResultType `*stopped,reason="x"\n` `no`
+matchMiResultType `12 ^done\n` `no`
+matchMiRecord `^done\n` `no`
 matchMiRecord `5^done,a="1",b="2"\n` `a="1",b="2"`
-matchMiRecord `^done,a=1` `-`
+matchMiRecord `^done,a=1` `no`
 matchMiRecord `^done,a=1\nb=2\n` `a=1\nb=2`
 matchMiRecord `^done,\n` ``
 matchMiEvent `=thread-group-added,id="i1"\n` `thread-group-added`
 matchMiEvent `=Thread_1-x,a=1\n` `Thread_1-x`
 matchMiEvent `=\n` ``
-matchMiEvent `*stopped\n` `-`
+matchMiEvent `*stopped\n` `no`
 matchMiEvent `~"a"\n=library-loaded\n` `library-loaded`
 matchMiOut `~"hello\\n"\n` `yes`
 matchMiOut `~"a"` `yes`
 matchMiOut `~"a" \t\r\n` `yes`
-matchMiOut `~"a" x\n` `-`
-matchMiOut `~"\n` `-`
+matchMiOut `~"a" x\n` `no`
+matchMiOut `~"\n` `no`
 matchMiOut `~"a"\nmore"\n` `yes`
-matchMiOut `@"a"\n` `-`
+matchMiOut `@"a"\n` `no`
 matchGdbPrompt `(gdb) \n` `yes`
 matchGdbPrompt `(gdb)` `yes`
-matchGdbPrompt `(gdb) x\n` `-`
-matchGdbPrompt ` (gdb)\n` `-`
+matchGdbPrompt `(gdb) x\n` `no`
+matchGdbPrompt ` (gdb)\n` `no`
 matchMiStopped `5*stopped,reason="exited"\n` `yes`
 matchMiStopped `*stopped\nanything\n` `yes`
-matchMiStopped `*running,thread-id="all"\n` `-`
-matchMiStopped `5 *stopped\n` `-`
+matchMiStopped `*running,thread-id="all"\n` `no`
+matchMiStopped `5 *stopped\n` `no`
 matchUnexpectedCondition `~"<defect>.\\n"\n` `yes`
 matchUnexpectedCondition `~"<defect>!` `yes`
-matchUnexpectedCondition `~"<defect>` `-`
+matchUnexpectedCondition `~"<defect>` `no`
 matchUnexpectedCondition `~"x"\n~"<defect>.\n` `yes`
-matchUnexpectedCondition `&"<defect>.` `-`
+matchUnexpectedCondition `&"<defect>.` `no`
 matchRconnectValue `tcp:vek0:2000` `tcp ; vek0 ; 2000`
 matchRconnectValue `tcp:vek0:2000\n` `tcp ; vek0 ; 2000\n`
 matchRconnectValue `a:b:c\nd:e` `a ; b ; c`
-matchRconnectValue `a:b` `-`
-matchRconnectValue `a:b:c:d` `-`
-matchRconnectValue `a::c` `-`
+matchRconnectValue `a:b` `no`
+matchRconnectValue `a:b:c:d` `no`
+matchRconnectValue `a::c` `no`
 matchMountSysfs `sysfs on /sys type sysfs (rw,nosuid)\n` `/sys`
 matchMountSysfs `sysfs on /s type sysfs (rw)\nsysfs on /x type sysfs (rw)\n` `/s type sysfs (rw)\nsysfs on /x`
-matchMountSysfs `sysfs on /sys type sysfs` `-`
-matchMountSysfs `proc on /proc type proc (rw)\n` `-`
+matchMountSysfs `sysfs on /sys type sysfs` `no`
+matchMountSysfs `proc on /proc type proc (rw)\n` `no`
 matchCardIpAddress `IPADDR='1.2.3.4'\nNETMASK=x\n` `'1.2.3.4'\nNETMASK=x\n`
 matchCardIpAddress `#IPADDR=\n` `\n`
-matchCardIpAddress `ADDR=1\n` `-`
+matchCardIpAddress `ADDR=1\n` `no`
 matchEchoCardNums `/opt/ulvax/vek/filesystem/vek0 /opt/ulvax/vek/filesystem/vek1\n` `0 1`
 matchEchoCardNums `/opt/ulvax/vek/filesystem/vek*\n` ``
 matchEchoCardNums `  \n\t\n ` ``
@@ -316,9 +299,9 @@ TEST(Matchers, EveryMatcherAnswersOnMebibyteLinesAndLongResultsStayRight) {
   EXPECT_TRUE(kMatchers.at("replaceCmdThreadId")(repeat("--thread 1 ") + "\n") ==
               repeat("--thread 7 ") + "\n");
   // Far beyond the library's backtracking memory: no match, outputs untouched.
-  EXPECT_EQ(kMatchers.at("matchEchoCardNums")(repeat("/vek1 ") + "\n"), "-");
+  EXPECT_EQ(kMatchers.at("matchEchoCardNums")(repeat("/vek1 ") + "\n"), "no");
   EXPECT_EQ(kMatchers.at("matchRegisterList")("-data-list-register-values x" + repeat(" 1") + "\n"),
-            "-");
+            "no");
   // Within the bounds, every one of many repetitions is kept.
   std::string registers = "-data-list-register-values x", cards, numbers;
   for (int i = 0; i < 5000; ++i) {
@@ -334,7 +317,7 @@ bool isBlank(char c) { return std::isspace(static_cast<unsigned char>(c)) != 0; 
 
 // "[x|o|t|d|r|N](\s+[\d]+)*\s*$" by hand: the leftmost format letter, then as many blank-and-digit
 // runs as there are, backing off one run at a time until blanks and a line end follow (the
-// library decides what a line end is). "-" on no match or a number beyond unsigned int.
+// library decides what a line end is). "no" on no match or a number beyond unsigned int.
 std::string referenceRegisterList(In text) {
   static const boost::regex tail(R"(\s*$)");
   for (size_t start = text.find_first_of("xotdrN|"); start != text.npos;
@@ -358,11 +341,11 @@ std::string referenceRegisterList(In text) {
       for (size_t i = 0; i < kept; ++i)
         numbers.push_back(std::stoull(text.substr(runs[i].first, runs[i].second - runs[i].first)));
       for (unsigned long long number : numbers)
-        if (number > UINT_MAX) return "-";
+        if (number > UINT_MAX) return "no";
       return join(numbers);
     }
   }
-  return "-";
+  return "no";
 }
 
 // "^(\s*\S+)*\s*$" splits the text into words; each word gives the digits of its first
