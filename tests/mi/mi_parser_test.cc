@@ -58,7 +58,7 @@ TEST(MiParser, TextsPrintBackOrWriteOneSyntaxErrorLine) {
       {R"(a="unterminated)", "!unterminated"},
       {R"(a="x\")", "!x"},
       {R"(a="\)", "!"},                    // fuzzer
-      {R"("""""""""")", "!\"\""},         // fuzzer
+      {R"("""""""""")", "!\"\""},          // fuzzer
       {R"(\\\\"a=\"x\")", "!x"},           // fuzzer
       {R"(id="i1"type="7582")", "!type"},  // fuzzer
       {R"(_x-1=""A"")", "!A"},
