@@ -12,7 +12,7 @@ namespace {
 const std::vector<std::string>& corpus() {
   static const std::vector<std::string> records = [] {
     std::vector<std::string> out;
-    std::ifstream in(WEM_SOURCE_DIR "/tests/data/gdb_session.mi");
+    std::ifstream in(WEM_SOURCE_DIR "/tests/data/recorded/gdb_session.mi");
     for (std::string line; std::getline(in, line);) {
       size_t start = line.find_first_not_of("0123456789");
       size_t comma = line.find(',');

@@ -1,3 +1,5 @@
+#include "offload/card_discovery.h"
+
 #include <stdio.h>
 #include <sys/types.h>
 
@@ -37,30 +39,30 @@ struct LineBuffer {
 
 // The address of card `cardNumber` when it is online and its address can be read; false, logged
 // with the card's name, for a card to skip.
-bool readCardAddress(MiSession& session, const std::string& mountPoint,
+bool readCardAddress(std::ostream& log, const ShellCommand& shell, const std::string& mountPoint,
                      const std::string& cardNumber, std::string& address) {
   std::stringstream state;
-  if (!session.system("cat " + mountPoint + "/class/vek/vek" + cardNumber + "/state", state)) {
-    LOG_AT(session.ctrl) << " Failed to read dwop status of vek" << cardNumber;
+  if (!shell("cat " + mountPoint + "/class/vek/vek" + cardNumber + "/state", state)) {
+    LOG_TO(log) << " Failed to read dwop status of vek" << cardNumber;
     return false;
   }
   std::string status = state.str();
   trimRight(status);
   if (status != "online") {
-    LOG_AT(session.ctrl) << "Status of vek" << cardNumber << " : " << status;
+    LOG_TO(log) << "Status of vek" << cardNumber << " : " << status;
     return false;
   }
   // Only the first line of the network configuration is looked at.
   std::stringstream config;
-  if (!session.system("head -1 " + std::string(kCardFileSystems) + cardNumber +
-                          "/etc/sysconfig/network/ifcfg-vek0",
-                      config)) {
-    LOG_AT(session.ctrl) << " Failed to read ip addr of vek" << cardNumber;
+  if (!shell("head -1 " + std::string(kCardFileSystems) + cardNumber +
+                 "/etc/sysconfig/network/ifcfg-vek0",
+             config)) {
+    LOG_TO(log) << " Failed to read ip addr of vek" << cardNumber;
     return false;
   }
   std::string found;
   if (!matchCardIpAddress(config.str(), found)) {
-    LOG_AT(session.ctrl) << " Failed to match ip addr of vek" << cardNumber;
+    LOG_TO(log) << " Failed to match ip addr of vek" << cardNumber;
     return false;
   }
   trimRight(found);
@@ -88,30 +90,39 @@ bool MiSession::system(const std::string& command, std::stringstream& output) {
   return true;
 }
 
-// Every problem is only logged: a card that cannot be read is skipped, and a machine without
-// cards leaves both tables empty.
-void MiSession::initVekCardIpTable() {
+void discoverCards(std::ostream& log, const ShellCommand& shell,
+                   std::map<std::string, std::string>& cardIp,
+                   std::map<std::string, std::string>& ipCard) {
   std::stringstream mounts;
-  if (!system("mount -t sysfs", mounts)) return;
+  if (!shell("mount -t sysfs", mounts)) return;
   std::string mountPoint;
   if (!matchMountSysfs(mounts.str(), mountPoint)) {
-    LOG_AT(ctrl) << "Failed to match sysfs mount point.";
+    LOG_TO(log) << "Failed to match sysfs mount point.";
     return;
   }
   // The shell expands the pattern; with no card it echoes the pattern, which names no card.
   std::stringstream paths;
-  if (!system("echo " + std::string(kCardFileSystems) + "*", paths)) return;
+  if (!shell("echo " + std::string(kCardFileSystems) + "*", paths)) return;
   std::list<std::string> cardNumbers;
   if (!matchEchoCardNums(paths.str(), cardNumbers)) {
-    LOG_AT(ctrl) << "Failed to match card ids.";
+    LOG_TO(log) << "Failed to match card ids.";
     return;
   }
   // A number seen twice (a directory and a file of the same card) is processed twice; the first
   // address stored for a card stays, and an address shared by two cards names the later one.
   for (const std::string& cardNumber : cardNumbers) {
     std::string address;
-    if (!readCardAddress(*this, mountPoint, cardNumber, address)) continue;
-    LOG_AT(ctrl) << "The address of  vek" << cardNumber << " is " << address << ".";
-    if (cardIpTable.emplace(cardNumber, address).second) ipCardTable[address] = cardNumber;
+    if (!readCardAddress(log, shell, mountPoint, cardNumber, address)) continue;
+    LOG_TO(log) << "The address of  vek" << cardNumber << " is " << address << ".";
+    if (cardIp.emplace(cardNumber, address).second) ipCard[address] = cardNumber;
   }
+}
+
+void MiSession::initVekCardIpTable() {
+  discoverCards(
+      ctrl.log,
+      [this](const std::string& command, std::stringstream& output) {
+        return system(command, output);
+      },
+      cardIpTable, ipCardTable);
 }

@@ -12,7 +12,6 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <sstream>
 #include <string>
 #include <thread>
 
@@ -118,23 +117,3 @@ class FakeCardMachine {
 
   std::string root_;
 };
-
-// The log with the record numbers taken away: "12: text" becomes "text"; other lines stay.
-inline std::string stripLogNumbers(const std::string& log) {
-  std::istringstream in(log);
-  std::string out;
-  for (std::string line; std::getline(in, line);) {
-    const size_t colon = line.find(": ");
-    if (colon != std::string::npos && colon > 0 && line.find_first_not_of("0123456789") == colon)
-      line.erase(0, colon + 2);
-    out += line + "\n";
-  }
-  return out;
-}
-
-inline std::string readFile(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::stringstream text;
-  text << in.rdbuf();
-  return text.str();
-}

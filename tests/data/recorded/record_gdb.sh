@@ -1,6 +1,6 @@
 #!/bin/sh
 # Records the MI output of stock gdb on mi_sample.c into gdb_session.mi (run once, by hand):
-#   sh tests/data/record_gdb.sh
+#   sh tests/data/recorded/record_gdb.sh
 # The commands go in with pauses so that every stop is reported before the next command.
 set -e
 here=$(cd "$(dirname "$0")" && pwd)
