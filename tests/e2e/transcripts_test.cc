@@ -61,7 +61,8 @@ std::string expand(std::string text, const std::string& dir) {
 bool parseCase(const std::string& path, const std::string& dir, Case& c) {
   static const boost::regex keyed(
       R"(^(host\d*|card\d*|args|env|engine|file|cards|spawn|log|stderr|i\d+|vek\d+):(?: (.*))?$)");
-  static const boost::regex step(R"(^(>|<~|<\.\.\.|<|!|sleep|quiet|close|eof|exit)(?: (.*))?$)");
+  static const boost::regex step(
+      R"(^(>|<~|<\.\.\.|<\+|<|!|sleep|quiet|close|eof|exit)(?: (.*))?$)");
   std::ifstream in(path);
   int number = 0;
   for (std::string line; std::getline(in, line);) {
@@ -96,7 +97,10 @@ bool parseCase(const std::string& path, const std::string& dir, Case& c) {
       else
         c.received[key] += text + "\n";
     } else if (boost::regex_match(line, m, step)) {
-      c.steps.push_back({number, m[1], m[2]});
+      // "<+" is a reply: the record, then its prompt.
+      const bool reply = m[1] == "<+";
+      c.steps.push_back({number, reply ? "<" : std::string(m[1]), m[2]});
+      if (reply) c.steps.push_back({number, "<", "(gdb)"});
     } else {
       ADD_FAILURE() << path << ":" << number << ": cannot read: " << line;
       return false;

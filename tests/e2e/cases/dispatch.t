@@ -3,8 +3,7 @@
 # the session like "-gdb-exit" and the engine is told "quit" too.
 host: on quit $TOKEN^exit
 host: on quit @exit 0
-< =thread-group-added,id="i1"
-< (gdb)
+<+ =thread-group-added,id="i1"
 >
 < (gdb)
 >    	
@@ -16,30 +15,23 @@ host: on quit @exit 0
 > Upper-case start
 < (gdb)
 > 5-thread-select 1
-< 5^done,msg="Command is not implemented."
-< (gdb)
+<+ 5^done,msg="Command is not implemented."
 > -enable-pretty-printing
-< ^done,msg="Command is not implemented."
-< (gdb)
+<+ ^done,msg="Command is not implemented."
 > 6-Gdb-set confirm off
-< 6^done,msg="Command is not implemented."
-< (gdb)
+<+ 6^done,msg="Command is not implemented."
 > 7-GDB-EXIT
-< 7^done,msg="Command is not implemented."
-< (gdb)
+<+ 7^done,msg="Command is not implemented."
 > 8-gdb-setx
-< 8^done,msg="Command is not implemented."
-< (gdb)
+<+ 8^done,msg="Command is not implemented."
 > 9|odd|
-< 9^done,msg="Command is not implemented."
-< (gdb)
+<+ 9^done,msg="Command is not implemented."
 > 12-exec-interrupt
 quiet 200
 > -exec-interrupt
 quiet 200
 > 13-gdb-set confirm off
-< 13^done
-< (gdb)
+<+ 13^done
 > 21quit
 < =thread-group-removed,id="i1"
 < 21^exit

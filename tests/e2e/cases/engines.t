@@ -25,10 +25,8 @@ card: on#1 -gdb-set =library-loaded,id="/lib/card.so",symbols-loaded="0"
 card: on#1 -gdb-set $TOKEN^done
 card: on#2 -gdb-set =thread-exited,id="1",group-id="i1"
 card: on#2 -gdb-set $TOKEN^done
-< =thread-group-added,id="i1"
-< (gdb)
-< =thread-group-added,id="i2"
-< (gdb)
+<+ =thread-group-added,id="i1"
+<+ =thread-group-added,id="i2"
 > 12-gdb-set width 0
 < =thread-group-started,id="i1",type="process",pid="100"
 < =thread-created,id="1",group-id="i1",pid="100"
@@ -37,21 +35,16 @@ card: on#2 -gdb-set $TOKEN^done
 < =thread-created,id="3",group-id="i2",pid="200"
 < =thread-created,id="4",group-id="i1",pid="555"
 < =library-loaded,id="/lib/card.so",symbols-loaded="0",group-id="i1"
-< 12^done,engine="one"
-< (gdb)
+<+ 12^done,engine="one"
 > 13-gdb-set --thread-group i2 width 0
-< 13^error,msg="two"
-< (gdb)
+<+ 13^error,msg="two"
 > 14-set-serialize-execution on
-< 14^error,msg="two"
-< (gdb)
+<+ 14^error,msg="two"
 > 15-stack-info-depth --thread 3
-< 15^done,depth="4"
-< (gdb)
+<+ 15^done,depth="4"
 > 16-gdb-set --thread-group vek1 x
 < =thread-exited,id="4",group-id="i1"
-< 16^done
-< (gdb)
+<+ 16^done
 i2: 12-gdb-set width 0
 i2: 13-gdb-set  width 0
 i2: 14-set-serialize-execution on

@@ -20,29 +20,24 @@ host: on#3 -gdb-set $TOKEN^done
 host: on#4 -gdb-set =thread-exited,id="9",group-id="i1"
 host: on#4 -gdb-set =thread-created,id="11",group-id="i1",pid="4242"
 host: on#4 -gdb-set $TOKEN^done
-< =thread-group-added,id="i1"
-< (gdb)
+<+ =thread-group-added,id="i1"
 > 0-gdb-set z
-< 0^done
-< (gdb)
+<+ 0^done
 > 1-gdb-set a
 < =thread-group-started,id="i1",type="process",pid="4242"
 < =thread-created,id="2",group-id="i1",pid="4242"
 < =thread-created,id="3",group-id="i1",pid="4242"
-< 1^done
-< (gdb)
+<+ 1^done
 > 2-gdb-set b
 < =thread-exited,id="2",group-id="i1"
 < =thread-exited,id="4",group-id="i1"
 < =library-loaded,id="/lib/libm.so.6",thread-group="i1",group-id="i1"
-< 2^done
-< (gdb)
+<+ 2^done
 > 3-gdb-set c
 < =thread-exited,id="3",group-id="i1"
 < =thread-group-exited,id="i1"
 < =thread-created,id="5",group-id="i1",pid="4242"
-< 3^done
-< (gdb)
+<+ 3^done
 log: Event has no record: =thread-created
 log: Failed to parse event's record: =thread-created,{broken
 log: Field 'id' is missing: =thread-created,group-id="i1",pid="1"

@@ -1,12 +1,10 @@
 # An engine that says "^running" twice ends the program after what was due.
 host: on -exec-continue $TOKEN^running
 host: on -exec-continue $TOKEN^running
-< =thread-group-added,id="i1"
-< (gdb)
+<+ =thread-group-added,id="i1"
 > 4-exec-continue
 < 4^running
-< *running,thread-id="all"
-< (gdb)
+<+ *running,thread-id="all"
 eof
 exit 0
 log: Unexpected result from i1.

@@ -4,18 +4,15 @@ host: on -break-insert $TOKEN^done,bkpt={number="1",type="breakpoint",pending="_
 host: on -exec-run $TOKEN^running
 host: on -exec-continue $TOKEN^running
 host: on SIGINT *stopped,reason="signal-received",signal-name="SIGINT",thread-id="1"
-< =thread-group-added,id="i1"
-< (gdb)
+<+ =thread-group-added,id="i1"
 > 1-exec-run
 < 1^running
-< *running,thread-id="all"
-< (gdb)
+<+ *running,thread-id="all"
 > -exec-interrupt
 < 1*stopped,reason="signal-received",signal-name="SIGINT",thread-id="1"
 > 2-exec-continue
 < 2^running
-< *running,thread-id="all"
-< (gdb)
+<+ *running,thread-id="all"
 quiet 100
 ! SIGINT
 < 2*stopped,reason="signal-received",signal-name="SIGINT",thread-id="1"

@@ -2,8 +2,7 @@
 # and an update after a step; an expression, memory, a disassembly, registers; the two threads.
 engine: gdb
 args: --interpreter=mi $SAMPLE
-< =thread-group-added,id="i1"
-< (gdb)
+<+ =thread-group-added,id="i1"
 > 1-break-insert fill_point
 <~ 1\^done,bkpt=\{number="1",.*func="fill_point".*\}
 < (gdb)
@@ -12,19 +11,16 @@ args: --interpreter=mi $SAMPLE
 > 3-exec-next
 <... 3\*stopped,reason="end-stepping-range",.*func="fill_point".*
 > 4-var-create - * *p
-< 4^done,name="var0",numchild="2",value="{...}",type="struct point",thread-id="1",has_more="0"
-< (gdb)
+<+ 4^done,name="var0",numchild="2",value="{...}",type="struct point",thread-id="1",has_more="0"
 > 5-var-list-children --all-values var0
 <~ 5\^done,numchild="2",children=\[child=\{name="var0.x",exp="x",numchild="0",value="3",type="int",thread-id="\d+"\},child=\{name="var0.y",exp="y",numchild="0",value="0",type="int",thread-id="\d+"\}\],has_more="0"
 < (gdb)
 > 6-exec-next
 <... 6\*stopped,reason="end-stepping-range",.*
 > 7-var-update --all-values var0
-< 7^done,changelist=[{name="var0.y",value="9",in_scope="true",type_changed="false",has_more="0"}]
-< (gdb)
+<+ 7^done,changelist=[{name="var0.y",value="9",in_scope="true",type_changed="false",has_more="0"}]
 > 8-data-evaluate-expression p->x*p->y
-< 8^done,value="27"
-< (gdb)
+<+ 8^done,value="27"
 > 9-data-read-memory &p->x x 4 1 2
 <~ 9\^done,addr="0x[0-9a-f]+",nr-bytes="8",.*,memory=\[\{addr="0x[0-9a-f]+",data=\["0x00000003","0x00000009"\]\}\]
 < (gdb)
@@ -46,14 +42,11 @@ args: --interpreter=mi $SAMPLE
 <~ 14\^done,threads=\[\{id="2",target-id="Thread .*,state="stopped",core="local"\}\]
 < (gdb)
 > 15-list-thread-groups
-< 15^done,groups=[{id="i1",type="process"}]
-< (gdb)
+<+ 15^done,groups=[{id="i1",type="process"}]
 > 16-var-delete var0
-< 16^done,ndeleted="3"
-< (gdb)
+<+ 16^done,ndeleted="3"
 > 17-var-update var0.y
-< 17^error,msg="Invalid variable: var0"
-< (gdb)
+<+ 17^error,msg="Invalid variable: var0"
 > 18-gdb-exit
 < =thread-group-removed,id="i1"
 < 18^exit

@@ -13,42 +13,31 @@ host: on -environment-pwd not an MI line at all
 host: on -environment-pwd $TOKEN^done
 host: on -stack-list-frames $TOKEN^error,msg="No stack."
 host: on -list-features $TOKEN^done,features=["frozen-varobjs","thread-info"]
-< =thread-group-added,id="i1"
-< (gdb)
+<+ =thread-group-added,id="i1"
 > 5-gdb-set confirm off
-< 5^done,fresh="1"
-< (gdb)
+<+ 5^done,fresh="1"
 > 6-stack-info-depth
-< 6^done,depth="2"
-< (gdb)
+<+ 6^done,depth="2"
 > 7-environment-pwd
 < &"log text\n"
 < @"target text\n"
 < *running,thread-id="all"
 < not an MI line at all
-< 7^done
-< (gdb)
+<+ 7^done
 > 1-stack-list-frames
-< 1^error,msg="No stack."
-< (gdb)
+<+ 1^error,msg="No stack."
 > 2-stack-info-depth --thread 9
-< 2^error,msg="Invalid thread: 9"
-< (gdb)
+<+ 2^error,msg="Invalid thread: 9"
 > 3-stack-info-depth --thread-group i7
-< 3^error,msg="Invalid thread-group: i7"
-< (gdb)
+<+ 3^error,msg="Invalid thread-group: i7"
 > 4-gdb-set --thread-group vek1 confirm off
-< 4^error,msg="Invalid thread-group: vek1"
-< (gdb)
+<+ 4^error,msg="Invalid thread-group: vek1"
 > 8-stack-list-locals --thread 1 --thread-group i1 1
-< 8^error,msg="Invalid thread: 1"
-< (gdb)
+<+ 8^error,msg="Invalid thread: 1"
 > 9-list-features --thread-group i9
-< 9^done,features=["frozen-varobjs","thread-info"]
-< (gdb)
+<+ 9^done,features=["frozen-varobjs","thread-info"]
 > 10-gdb-set --thread-group i1 confirm off
-< 10^done,fresh="1"
-< (gdb)
+<+ 10^done,fresh="1"
 i1: 5-gdb-set confirm off
 i1: 6-stack-info-depth
 i1: 7-environment-pwd

@@ -1,12 +1,10 @@
 # An interrupt while idle is only logged; a terminate request while idle ends the session, the
 # engine interrupted and asked to exit.
-< =thread-group-added,id="i1"
-< (gdb)
+<+ =thread-group-added,id="i1"
 ! SIGINT
 quiet 300
 > 1-gdb-set a
-< 1^done
-< (gdb)
+<+ 1^done
 ! SIGTERM
 eof
 exit 0

@@ -4,18 +4,15 @@ host: on -stack-info-depth @noprompt
 host: on SIGINT ^done,depth="3"
 host: on -gdb-set @sleep 800
 host: on -gdb-set $TOKEN^done
-< =thread-group-added,id="i1"
-< (gdb)
+<+ =thread-group-added,id="i1"
 > 4-stack-info-depth
 quiet 300
 ! SIGINT
-< 4^done,depth="3"
-< (gdb)
+<+ 4^done,depth="3"
 > 5-gdb-set a
 sleep 200
 ! SIGTERM
-< 5^done
-< (gdb)
+<+ 5^done
 eof
 exit 0
 i1: 4-stack-info-depth

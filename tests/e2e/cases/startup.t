@@ -2,8 +2,7 @@
 # program's whole argument vector; any spelling that selects an MI interpreter is accepted.
 host: banner ~"engine banner is not shown"
 args: --interpreter mi -x=1 -i=console
-< =thread-group-added,id="i1"
-< (gdb)
+<+ =thread-group-added,id="i1"
 quiet 200
 > 3-gdb-exit
 < =thread-group-removed,id="i1"

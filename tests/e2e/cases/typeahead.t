@@ -7,17 +7,12 @@ host: on#1 -gdb-set $TOKEN^done
 > 3-unknown-word
 >
 > 4-gdb-set b
-< =thread-group-added,id="i1"
+<+ =thread-group-added,id="i1"
 < (gdb)
-< (gdb)
-< 1^done
-< (gdb)
-< 2^done
-< (gdb)
-< 3^done,msg="Command is not implemented."
-< (gdb)
-< 4^done
-< (gdb)
+<+ 1^done
+<+ 2^done
+<+ 3^done,msg="Command is not implemented."
+<+ 4^done
 > -gdb-exit
 < =thread-group-removed,id="i1"
 < ^exit
