@@ -1,8 +1,8 @@
 # A stopped program with one card-side process: threads, thread groups, registers and variable
 # objects across the host engine i1 and the card engine vek1 (card 0), with malformed answers.
 in-process
-cards: 0=192.0.2.10
-spawn: vek 0 192.0.2.10
+cards: 0=127.0.1.10
+spawn: vek 0 127.0.1.10
 host: on#1 -gdb-set =thread-created,id="1",group-id="i1",pid="42"
 host: on#1 -gdb-set $TOKEN^done
 host: on#1 -thread-info $TOKEN^done,threads=[{id="1",state="stopped"},{id="5"},"junk",{name="x"}]
