@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "base/log.h"
+#include "bench_child.h"
 #include "commands/break_cmds.h"
 #include "commands/data_cmds.h"
 #include "commands/exec_cmd.h"
@@ -41,102 +42,29 @@ std::string buildProgram(const std::string& dir) {
   return program;
 }
 
-// gdb, or the program on gdb, on pipes in a process group of its own; reads have a deadline.
-class Debugger {
- public:
-  Debugger(const std::vector<std::string>& argv, bool throughWem) {
-    int in[2], out[2];
-    if (pipe(in) != 0 || pipe(out) != 0) return;
-    pid = fork();
-    if (pid == 0) {
-      setpgid(0, 0);
-      dup2(in[0], 0);
-      dup2(out[1], 1);
-      const int null = open("/dev/null", O_WRONLY);
-      dup2(null, 2);
-      for (int fd : {in[0], in[1], out[0], out[1], null}) close(fd);
-      if (throughWem) setenv("ZUBC_HOST", "gdb", 1);
-      unsetenv("WEM_LOG");
-      std::vector<char*> args;
-      for (const std::string& arg : argv) args.push_back(const_cast<char*>(arg.c_str()));
-      args.push_back(nullptr);
-      execvp(args[0], args.data());
-      _exit(127);
-    }
-    close(in[0]);
-    close(out[1]);
-    toChild = in[1];
-    fromChild = out[0];
-  }
-  // Asks for an exit first, so that gdb ends its program itself; kills the group after 5 s.
-  ~Debugger() {
-    if (pid <= 0) return;
-    send("9-gdb-exit\n");
-    close(toChild);
-    for (int waited = 0; waited < 500 && waitpid(pid, nullptr, WNOHANG) == 0; ++waited)
-      usleep(10000);
-    if (kill(pid, 0) == 0) {
-      kill(-pid, SIGKILL);
-      waitpid(pid, nullptr, 0);
-    }
-    close(fromChild);
-  }
-
-  bool send(const std::string& line) {
-    return write(toChild, line.data(), line.size()) == static_cast<ssize_t>(line.size());
-  }
-  // Reads lines until one holds `prefix` (kept in `matched`) and, with `prompt`, the prompt after
-  // it; false after ten seconds.
-  bool answer(const std::string& prefix, bool prompt = true, std::string* matched = nullptr) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    bool found = false;
-    for (;;) {
-      for (size_t end; (end = buffer.find('\n')) != std::string::npos;) {
-        const std::string line = buffer.substr(0, end);
-        buffer.erase(0, end + 1);
-        if (found && line.starts_with("(gdb)")) return true;  // gdb writes "(gdb) "
-        if (!found && line.find(prefix) != std::string::npos) {
-          found = true;
-          if (matched) *matched = line + "\n";
-        }
-        if (found && !prompt) return true;
-      }
-      auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
-          deadline - std::chrono::steady_clock::now());
-      pollfd fd = {fromChild, POLLIN, 0};
-      if (left.count() <= 0 || poll(&fd, 1, left.count()) <= 0) return false;
-      char bytes[65536];
-      const ssize_t n = read(fromChild, bytes, sizeof bytes);
-      if (n <= 0) return false;
-      buffer.append(bytes, n);
-    }
-  }
-
-  pid_t pid = -1;
-
- private:
-  int toChild = -1;
-  int fromChild = -1;
-  std::string buffer;
-};
+// gdb, or the program on gdb. Reads `prefix`'s line (kept in `matched`) and then, with
+// `prompt`, the prompt after it ("(gdb) " from gdb itself).
+bool answer(BenchChild& debugger, const std::string& prefix, bool prompt = true,
+            std::string* matched = nullptr) {
+  return debugger.waitFor(prefix, matched) && (!prompt || debugger.waitFor("(gdb)"));
+}
 
 // Stopped at the breakpoint. The program writes no prompt after a "*stopped" record.
-bool stopAtHit(Debugger& debugger) {
-  return debugger.send("1-break-insert hit\n") && debugger.answer("1^done") &&
-         debugger.send("2-exec-run\n") && debugger.answer("2^running") &&
-         debugger.answer("*stopped", false);
+bool stopAtHit(BenchChild& debugger) {
+  return debugger.write("1-break-insert hit\n") && answer(debugger, "1^done") &&
+         debugger.write("2-exec-run\n") && answer(debugger, "2^running") &&
+         answer(debugger, "*stopped", false);
 }
 
 void overPipes(benchmark::State& state, bool throughWem, const std::string& program) {
-  Debugger debugger(throughWem ? std::vector<std::string>{kWem, "--interpreter=mi", program}
-                               : std::vector<std::string>{"gdb", "--interpreter=mi", program},
-                    throughWem);
+  BenchChild debugger({throughWem ? kWem : "gdb", "--interpreter=mi", program},
+                      {throughWem ? "ZUBC_HOST=gdb" : ""});
   if (debugger.pid <= 0 || !stopAtHit(debugger)) {
     state.SkipWithError("cannot stop the program under gdb");
     return;
   }
   for (auto _ : state) {
-    if (!debugger.send(kRequest) || !debugger.answer("3^done")) {
+    if (!debugger.write(kRequest) || !answer(debugger, "3^done")) {
       state.SkipWithError("no register values within ten seconds");
       return;
     }
@@ -208,10 +136,10 @@ void BM_RegisterValuesReply(benchmark::State& state) {
   const std::string program = buildProgram(dir);
   std::string names, values;
   {
-    Debugger gdb({"gdb", "--interpreter=mi", program}, false);
-    if (program.empty() || !stopAtHit(gdb) || !gdb.send("5-data-list-register-names\n") ||
-        !gdb.answer("5^done", true, &names) || !gdb.send(kRequest) ||
-        !gdb.answer("3^done", true, &values))
+    BenchChild gdb({"gdb", "--interpreter=mi", program}, {});
+    if (program.empty() || !stopAtHit(gdb) || !gdb.write("5-data-list-register-names\n") ||
+        !answer(gdb, "5^done", true, &names) || !gdb.write(kRequest) ||
+        !answer(gdb, "3^done", true, &values))
       state.SkipWithError("no answers recorded from gdb");
   }
   if (system(("rm -rf " + dir).c_str()) != 0) state.SkipWithError("cannot remove the directory");

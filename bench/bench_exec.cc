@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "base/log.h"
+#include "bench_child.h"
 #include "commands/exec_cmd.h"
 #include "engine/ctrl_module.h"
 #include "session/mi_session.h"
@@ -115,81 +116,6 @@ void BM_ContinueStopCycleFakeEngines(benchmark::State& state) {
 }
 BENCHMARK(BM_ContinueStopCycleFakeEngines)->Unit(benchmark::kMicrosecond)->UseRealTime();
 
-// A child on pipes in a process group of its own, read line by line with a deadline.
-class PipedChild {
- public:
-  bool start(const std::vector<std::string>& argv, const std::vector<std::string>& env) {
-    int in[2], out[2];
-    if (pipe(in) != 0 || pipe(out) != 0) return false;
-    pid = fork();
-    if (pid < 0) return false;
-    if (pid == 0) {
-      setpgid(0, 0);
-      dup2(in[0], 0);
-      dup2(out[1], 1);
-      int null = open("/dev/null", O_WRONLY);
-      dup2(null, 2);
-      for (int fd : {in[0], in[1], out[0], out[1], null}) close(fd);
-      for (const std::string& pair : env) putenv(const_cast<char*>(pair.c_str()));
-      std::vector<char*> args;
-      for (const std::string& arg : argv) args.push_back(const_cast<char*>(arg.c_str()));
-      args.push_back(nullptr);
-      execvp(args[0], args.data());
-      _exit(127);
-    }
-    close(in[0]);
-    close(out[1]);
-    toChild = in[1];
-    fromChild = out[0];
-    return true;
-  }
-
-  // Asks the debugger to exit, so that it ends its program (and wem its engine) itself; kills
-  // the process group after five seconds.
-  ~PipedChild() {
-    if (pid <= 0) return;
-    send("9-gdb-exit\n");
-    close(toChild);
-    for (int waited = 0; waited < 500 && waitpid(pid, nullptr, WNOHANG) == 0; ++waited)
-      usleep(10000);
-    if (kill(pid, 0) == 0) {
-      kill(-pid, SIGKILL);
-      waitpid(pid, nullptr, 0);
-    }
-    close(fromChild);
-  }
-
-  bool send(const std::string& line) {
-    return write(toChild, line.data(), line.size()) == static_cast<ssize_t>(line.size());
-  }
-
-  // Reads lines until one contains `needle`; false after ten seconds.
-  bool waitFor(const std::string& needle) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    for (;;) {
-      for (size_t end; (end = buffer.find('\n')) != std::string::npos;) {
-        bool found = buffer.substr(0, end).find(needle) != std::string::npos;
-        buffer.erase(0, end + 1);
-        if (found) return true;
-      }
-      auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
-          deadline - std::chrono::steady_clock::now());
-      pollfd fd = {fromChild, POLLIN, 0};
-      if (left.count() <= 0 || poll(&fd, 1, left.count()) <= 0) return false;
-      char bytes[4096];
-      ssize_t n = read(fromChild, bytes, sizeof bytes);
-      if (n <= 0) return false;
-      buffer.append(bytes, n);
-    }
-  }
-
- private:
-  pid_t pid = -1;
-  int toChild = -1;
-  int fromChild = -1;
-  std::string buffer;
-};
-
 // A program whose breakpoint is hit again on every continue, for as long as anyone asks.
 std::string buildLoopProgram(const std::string& dir) {
   const std::string source = writeFile(dir + "/loop.c",
@@ -207,18 +133,15 @@ void BM_ContinueStopCycle(benchmark::State& state) {
   char dirTemplate[] = "/tmp/bench_exec_XXXXXX";
   const std::string dir = mkdtemp(dirTemplate);
   const std::string program = buildLoopProgram(dir);
-  PipedChild child;
-  bool ready = !program.empty();
-  if (ready && throughWem)
-    ready = child.start({kWem, "--interpreter=mi", program}, {"ZUBC_HOST=gdb"});
-  else if (ready)
-    ready = child.start({"gdb", "--interpreter=mi", program}, {});
-  ready = ready && child.send("1-break-insert hit\n") && child.waitFor("1^done") &&
-          child.send("2-exec-run\n") && child.waitFor("*stopped,reason=\"breakpoint-hit\"");
+  BenchChild child({throughWem ? kWem : "gdb", "--interpreter=mi", program},
+                   {throughWem ? "ZUBC_HOST=gdb" : ""});
+  const bool ready = !program.empty() && child.pid > 0 && child.write("1-break-insert hit\n") &&
+                     child.waitFor("1^done") && child.write("2-exec-run\n") &&
+                     child.waitFor("*stopped,reason=\"breakpoint-hit\"");
   if (!ready) state.SkipWithError("cannot start the program under gdb");
   for (auto _ : state) {
     if (!ready) break;
-    if (!child.send("3-exec-continue\n") || !child.waitFor("*stopped,reason=\"breakpoint-hit\"")) {
+    if (!child.write("3-exec-continue\n") || !child.waitFor("*stopped,reason=\"breakpoint-hit\"")) {
       state.SkipWithError("no stop within ten seconds");
       break;
     }

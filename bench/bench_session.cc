@@ -18,96 +18,14 @@
 #include <thread>
 #include <vector>
 
+#include "bench_child.h"
+
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
 const std::string kWem = WEM_BINARY_DIR "/bin/wem";
 const std::string kFakeEngine = WEM_BINARY_DIR "/bin/fake_engine";
-
-// A child on two pipes, in a process group of its own. Reads wait with poll and a deadline, so
-// a broken run ends the benchmark instead of hanging it. The destructor ends the child (and the
-// engines the program started, which close their input when the program goes).
-class Child {
- public:
-  Child(const std::vector<std::string>& argv, const std::vector<std::string>& env) {
-    int in[2], out[2];
-    if (pipe(in) != 0 || pipe(out) != 0) return;
-    pid = fork();
-    if (pid == 0) {
-      setpgid(0, 0);
-      dup2(in[0], 0);
-      dup2(out[1], 1);
-      close(in[1]);
-      close(out[0]);
-      // No log, as in ordinary use, and no scenario unless one is given.
-      unsetenv("WEM_LOG");
-      unsetenv("WEM_FAKE_SCENARIO");
-      for (const std::string& pair : env)
-        if (!pair.empty()) putenv(const_cast<char*>(pair.c_str()));
-      std::vector<char*> args;
-      for (const std::string& arg : argv) args.push_back(const_cast<char*>(arg.c_str()));
-      args.push_back(nullptr);
-      execv(args[0], args.data());
-      _exit(127);
-    }
-    close(in[0]);
-    close(out[1]);
-    toChild = in[1];
-    fromChild = out[0];
-  }
-  ~Child() {
-    if (toChild >= 0) close(toChild);
-    if (pid > 0) {
-      kill(pid, SIGTERM);
-      const auto deadline = Clock::now() + std::chrono::seconds(5);
-      int status;
-      while (waitpid(pid, &status, WNOHANG) == 0) {
-        if (Clock::now() > deadline) {
-          killpg(pid, SIGKILL);
-          waitpid(pid, &status, 0);
-          break;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-      }
-    }
-    if (fromChild >= 0) close(fromChild);
-  }
-  Child(const Child&) = delete;
-  Child& operator=(const Child&) = delete;
-
-  bool write(const std::string& text) {
-    return ::write(toChild, text.data(), text.size()) == ssize_t(text.size());
-  }
-  // Reads until the received text ends with `end`; the lines before it are counted.
-  bool readUntil(const std::string& end, long* lines = nullptr,
-                 std::chrono::seconds limit = std::chrono::seconds(30)) {
-    const auto deadline = Clock::now() + limit;
-    char buffer[65536];
-    for (;;) {
-      if (received.size() >= end.size() &&
-          received.compare(received.size() - end.size(), end.size(), end) == 0) {
-        if (lines) *lines = std::count(received.begin(), received.end(), '\n');
-        received.clear();
-        return true;
-      }
-      pollfd ready = {fromChild, POLLIN, 0};
-      const auto left =
-          std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
-      if (left.count() <= 0 || poll(&ready, 1, int(left.count())) <= 0) return false;
-      const ssize_t count = read(fromChild, buffer, sizeof buffer);
-      if (count <= 0) return false;
-      received.append(buffer, size_t(count));
-    }
-  }
-
-  pid_t pid = -1;
-
- private:
-  int toChild = -1;
-  int fromChild = -1;
-  std::string received;
-};
 
 std::string writeScenario(const std::string& name, const std::string& text) {
   const std::string path = "/tmp/wem-bench-" + std::to_string(getpid()) + "-" + name;
@@ -126,7 +44,7 @@ struct WemOnFake {
       : child({kWem, "--interpreter=mi"}, {"ZUBC_HOST=" + kFakeEngine, scenarioSetting(scenario)}) {
     ready = child.readUntil("=thread-group-added,id=\"i1\"\n(gdb)\n");
   }
-  Child child;
+  BenchChild child;
   bool ready = false;
 };
 
@@ -135,7 +53,7 @@ struct FakeAlone {
       : child({kFakeEngine}, {scenarioSetting(scenario)}) {
     ready = child.readUntil("(gdb)\n");
   }
-  Child child;
+  BenchChild child;
   bool ready = false;
 };
 
@@ -229,7 +147,7 @@ void flood(benchmark::State& state) {
     const std::string id = std::to_string(++token);
     long lines = 0;
     if (!target.child.write(id + "-gdb-set width 0\n") ||
-        !target.child.readUntil(id + "^done\n(gdb)\n", &lines, std::chrono::seconds(120))) {
+        !target.child.readUntil(id + "^done\n(gdb)\n", &lines, 120)) {
       state.SkipWithError("the flood did not end");
       break;
     }
