@@ -1,5 +1,6 @@
 // Stock gdb attaches, through the program, to a process the test runs itself (which a transcript
 // cannot start), detaches again and leaves it running.
+#include <gtest/gtest.h>
 #include <signal.h>
 #include <stdlib.h>
 #include <unistd.h>

@@ -3,7 +3,6 @@
 // on the calling thread, and the transcript cases of tests/e2e/cases. Every wait has a deadline
 // and every process a test starts is killed by pid or process group, never by name.
 
-#include <gtest/gtest.h>
 #include <sys/types.h>
 
 #include <chrono>

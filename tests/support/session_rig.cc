@@ -1,5 +1,6 @@
 #include "support/session_rig.h"
 
+#include <gtest/gtest.h>
 #include <signal.h>
 #include <stdlib.h>
 
