@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <stdlib.h>
+#include <unistd.h>
 
 #include <condition_variable>
 #include <fstream>
@@ -58,9 +59,20 @@ SessionRig::SessionRig(const std::string& dir) : dir(dir), ctrl(log), session(ct
 
 SessionRig::~SessionRig() { stop(); }
 
+// A fake engine names itself when it starts running; waiting for that before the next engine
+// starts keeps the fake's names ("i2", "vek1") the same as the session's.
+bool SessionRig::named(const std::string& zubId) {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+  const pid_t pid = ctrl.findZub(zubId) ? ctrl.findZub(zubId)->pid : -1;
+  for (; std::chrono::steady_clock::now() < deadline; usleep(1000))
+    for (const auto& [name, claimed] : e2e::fakeEngines(dir))
+      if (claimed == pid) return true;
+  return false;
+}
+
 bool SessionRig::spawnHost(std::string& zubId) {
   const char* argv[] = {"engine", "--interpreter=mi", nullptr};
-  return session.spawnZub(argv, "i", zubId);
+  return session.spawnZub(argv, "i", zubId) && named(zubId);
 }
 
 bool SessionRig::spawnCard(const std::string& cardId, const std::string& address,
@@ -69,7 +81,7 @@ bool SessionRig::spawnCard(const std::string& cardId, const std::string& address
                     connect = "-rconnect=tcpip:" + address + ":2000";
   const char* argv[] = {"engine", "-wem-launch=1", card.c_str(), "-i=mi",
                         "-tco",   connect.c_str(), nullptr};
-  return session.spawnZub(argv, "vek", zubId);
+  return session.spawnZub(argv, "vek", zubId) && named(zubId);
 }
 
 bool SessionRig::run(const std::string& line) {

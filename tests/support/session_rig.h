@@ -41,5 +41,6 @@ class SessionRig {
   MiSession session;
 
  private:
+  bool named(const std::string& zubId);
   bool stopped = false;
 };
