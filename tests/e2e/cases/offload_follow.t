@@ -1,10 +1,8 @@
-# Offload followed with fake engines. The host stops at the offload symbol during a run: the
-# card-side process is read out of the host, a card engine is started and attached, the user's
-# breakpoints are copied in order (the disabled one disabled again), the run goes on by itself
-# and a card-side breakpoint gives one stop with a user thread id. A card-side exit during a
-# step removes the card group ("offload-end"); a second offload during a step whose attach the
-# card engine refuses leaves no group ("offload-start"). Lines naming the offload symbol, and
-# the silent breakpoint's warning, never reach the user.
+# Offload followed: at the offload symbol the card-side process is read out of the host, a card
+# engine is started and attached, breakpoints are copied in order (2 stays disabled), the run
+# resumes by itself and a card breakpoint stops everything once. A card exit during a step is
+# "offload-end"; an attach the card engine refuses is "offload-start" with no group left. Lines
+# naming the offload symbol, and the silent breakpoint's warning, never reach the user.
 in-process
 cards: 0=127.0.1.1
 file: card.out ELF
@@ -113,5 +111,3 @@ log: argv: -tco
 log: argv: -rconnect=tcpip:127.0.1.1:2000
 log: Resuming the execution.
 log: vek1 exited.
-log: vek1 removed.
-log: Failed to attach VEK process.
