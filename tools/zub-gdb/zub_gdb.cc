@@ -101,10 +101,10 @@ bool writeAll(int fd, const std::string& text) {
 // Cuts the complete lines (with their "\n") off the front of `buffer`.
 std::vector<std::string> takeLines(std::string& buffer) {
   std::vector<std::string> lines;
-  for (size_t end; (end = buffer.find('\n')) != std::string::npos;) {
-    lines.push_back(buffer.substr(0, end + 1));
-    buffer.erase(0, end + 1);
-  }
+  size_t start = 0;
+  for (size_t end; (end = buffer.find('\n', start)) != std::string::npos; start = end + 1)
+    lines.push_back(buffer.substr(start, end + 1 - start));
+  buffer.erase(0, start);
   return lines;
 }
 
