@@ -5,7 +5,7 @@
 // - "=thread-created" has no "pid": the pid of the thread's group is taken from the
 //   "=thread-group-started" that gdb always sends first, and added as the last field.
 // - The card-engine options "-wem-launch=1", "-wem-cardid=N" and "-tco" are taken here and not
-//   passed on (gdb would read them as files); "-rconnect=tcpip:ADDR:PORT" becomes a
+//   passed on (gdb refuses to start with them); "-rconnect=tcpip:ADDR:PORT" becomes a
 //   "-target-select extended-remote ADDR:PORT" before any other command. Commands from the
 //   session wait until that is answered; if it fails, an "attach" is refused rather than turned
 //   into a local attach.
@@ -31,6 +31,14 @@
 //   must lead its process group, or it cannot be interrupted at all.
 // - gdb retries a refused connection for 15 s ("tcp auto-retry"): turned off, so that a card
 //   without a debug server fails the attach at once.
+//
+// Passed on as gdb has it, for the session to know: the stop after an attach has no "reason";
+// a connection announces "=tsv-created"; gdb does not follow the children of the host program
+// ("[Detaching after fork from child process N]"), so card-side processes are left to the card
+// engines; a pending breakpoint on a function gdb cannot find yet is answered "^done" after a
+// log line (&"Function \"...\" not defined.\n"); after a card-side exit gdbserver --multi listens
+// again, for the next card engine. gdb reads a second file argument as a core file or a pid, so
+// program arguments go by "-exec-args", not on wem's command line.
 //
 // Everything else, gdb's own output included, passes unchanged. Commands this process sends on
 // its own carry tokens from kInternalToken up; their answers and the prompt after them are not
