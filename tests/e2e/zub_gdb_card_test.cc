@@ -3,6 +3,7 @@
 // waits for the test's go, stops at a card-side breakpoint set after the attach, and follows the
 // process to its exit. Skipped where the namespaces are refused.
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
