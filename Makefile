@@ -16,7 +16,7 @@ FUZZ_SECONDS ?= 60
 JOBS ?= $(shell nproc)
 
 PACKAGES := cmake ninja-build g++ make libboost-dev libboost-regex-dev bison flex \
-            libgtest-dev libgmock-dev libbenchmark-dev gdb gdbserver util-linux
+            libgtest-dev libgmock-dev libbenchmark-dev gdb gdbserver util-linux iproute2
 FUZZ_PACKAGES := clang libclang-rt-14-dev
 
 .PHONY: all deps build check demo bench fuzz format-check clean

@@ -1,6 +1,7 @@
 #!/bin/sh
-# Drives wem through a short scripted MI session, with stock gdb as the host engine debugging
-# examples/sample.c, and prints the transcript: ">>" lines were sent, "<<" lines were received.
+# Drives wem through a short scripted MI session, with stock gdb (through zub-gdb, built beside
+# wem) as the host engine debugging examples/sample.c, and prints the transcript: ">>" lines were
+# sent, "<<" lines were received.
 # Every wait is bounded; on a timeout wem is killed and the script fails.
 set -eu
 
@@ -50,15 +51,17 @@ send() {
 }
 
 command -v gdb >/dev/null || { echo "demo: stock gdb is needed" >&2; exit 1; }
+engine=$(dirname "$wem")/zub-gdb
+[ -x "$engine" ] || { echo "demo: $engine is not built" >&2; exit 1; }
 cc -g -O0 -o "$work/sample" "$here/sample.c"
 mkfifo "$work/in"
 : >"$work/out"
-ZUBC_HOST=gdb WEM_LOG="$work/wem.log" "$wem" --interpreter=mi "$work/sample" \
+ZUBC_HOST=$engine WEM_LOG="$work/wem.log" "$wem" --interpreter=mi "$work/sample" \
   <"$work/in" >"$work/out" 2>"$work/err" &
 pid=$!
 exec 3>"$work/in"
 
-echo "== wem --interpreter=mi sample   (ZUBC_HOST=gdb)"
+echo "== wem --interpreter=mi sample   (ZUBC_HOST=zub-gdb)"
 expect '^=thread-group-added,id="i1"'
 send '1-list-features'
 expect '^1\^'

@@ -11,12 +11,7 @@
 
 namespace {
 
-// Skips lines (gdb's banner, libraries and stops) until one is exactly `wanted`.
-bool skipTo(e2e::Child& child, const std::string& wanted) {
-  for (std::string line; child.readLine(line);)
-    if (line == wanted) return true;
-  return false;
-}
+using e2e::skipTo;
 
 // Engines lead sessions of their own: a failed test would leave gdb behind.
 struct EngineReaper {

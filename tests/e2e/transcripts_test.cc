@@ -31,7 +31,7 @@ struct Case {
   std::map<std::string, std::string> scenarios;  // fake engine scenario files by name
   std::vector<std::string> args{"--interpreter=mi"};
   e2e::EnvChanges env;
-  bool gdb = false;
+  std::string engine;  // host engines: "gdb", "zub-gdb" (ours, over gdb) or the fake engine
   bool inProcess = false;
   std::map<std::string, std::string> files;
   std::vector<std::pair<std::string, std::string>> cards;
@@ -82,7 +82,7 @@ bool parseCase(const std::string& path, const std::string& dir, Case& c) {
       else if (key == "env")
         c.env[text.substr(0, text.find('='))] = text.substr(text.find('=') + 1);
       else if (key == "engine")
-        c.gdb = text == "gdb";
+        c.engine = text == "zub-gdb" ? WEM_BINARY_DIR "/bin/zub-gdb" : text;
       else if (key == "file")
         c.files[text.substr(0, text.find(' '))] += text.substr(text.find(' ') + 1) + "\n";
       else if (key == "cards")
@@ -127,7 +127,7 @@ class ProgramPeer : public Peer {
  public:
   ProgramPeer(const Case& c, const e2e::TempDir& dir) : dir(dir) {
     e2e::EnvChanges env = e2e::fakeEngineEnv(dir.path());
-    if (c.gdb) env["ZUBC_HOST"] = "gdb";
+    if (!c.engine.empty()) env["ZUBC_HOST"] = c.engine;
     env["WEM_LOG"] = dir.file("wem.log");
     for (const auto& [name, value] : c.env) env[name] = value;
     std::vector<std::string> argv{WEM_BINARY};
