@@ -104,10 +104,5 @@ vek1: -gdb-exit
 vek2: -gdb-set solib-search-path  /tmp/ihk_procs/1/4242/load_lib::/usr/linux-q8ta-4.7/linux-q8ta/lib64
 vek2: attach  4242 /tmp/ihk_procs/1/4242/nosuch.out
 vek2: -gdb-exit
-log: argv: -wem-launch=1
-log: argv: -wem-cardid=0
-log: argv: -i=mi
-log: argv: -tco
-log: argv: -rconnect=tcpip:127.0.1.1:2000
-log: Resuming the execution.
+log:   '$BUILD/bin/fake_engine'  '-wem-launch=1'  '-wem-cardid=0'  '-i=mi'  '-tco'  '-rconnect=tcpip:127.0.1.1:2000'
 log: vek1 exited.
