@@ -64,6 +64,15 @@ bool BreakInsertCmd::launchCmd(MiSession& session) {
   return true;
 }
 
+bool BreakInsertCmd::handleResponse(MiSession& session, const std::string& zubId,
+                                    const std::string& line) {
+  if (silent && (line.starts_with("~") || line.starts_with("&"))) {
+    LOG_AT(session.ctrl) << "Ignoring input (" << line << ") from " << zubId << ".";
+    return true;
+  }
+  return SimpleMiCmd::handleResponse(session, zubId, line);
+}
+
 bool BreakInsertCmd::recordEngineBkp(MiSession& session, const std::string& zubId) {
   CtrlModule& ctrl = session.ctrl;
   MiRecordPtr node;

@@ -16,6 +16,10 @@ class BreakInsertCmd : public SimpleMiCmd {
   BreakInsertCmd(const std::string& line, bool silent);
 
   bool launchCmd(MiSession& session) override;
+  // A silent breakpoint leaves no trace: the engines' console and log lines about it (stock gdb
+  // warns that the offload function is not defined yet) are only logged.
+  bool handleResponse(MiSession& session, const std::string& zubId,
+                      const std::string& line) override;
   bool replyToUser(MiSession& session) override;
 
   bool silent;

@@ -8,6 +8,7 @@
 #include "match/cmd_matchers.h"
 #include "match/output_matchers.h"
 #include "mi/mi_parser.h"
+#include "offload/offload_events.h"
 #include "session/mi_session.h"
 
 namespace {
@@ -212,8 +213,17 @@ bool ExecCmd::replyAllErrors(MiSession& session) {
   return true;
 }
 
-bool ExecCmd::checkOffloadEvent(MiSession&, const std::string&, const MiMap&, StopEvents&) {
-  return true;
+bool ExecCmd::checkOffloadEvent(MiSession& session, const std::string& zubId, const MiMap& record,
+                                StopEvents& events) {
+  if (isVekOffloadStart(session, record)) {
+    events.offloadStarted = true;
+    return handleVekOffloadStart(session, zubId);
+  }
+  if (!isVekOffloadEnd(session, zubId, record)) return true;
+  events.offloadEnded = true;
+  if (handleVekOffloadEnd(session, zubId)) return true;
+  LOG_AT(session.ctrl) << "Failed to handle offload-end envent for " << zubId;
+  return false;
 }
 
 bool ExecCmd::finishOffloadStop(MiSession& session, const StopEvents& events) {

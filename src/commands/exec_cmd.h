@@ -59,11 +59,19 @@ class ExecCmd : public MiCmd {
   // Runs once when no engine is pending and none runs: the reply for the whole command.
   bool stateAllStopped(MiSession& session);
   bool replyAllErrors(MiSession& session);
-  // Looks at the stop of one engine for an offload start or end and handles it. Following
-  // offload is not built yet: no stop counts as an offload event, so every evaluation ends in
-  // the normal final stop.
+  // Looks at the stop of one engine for an offload start or end and handles it; false (fatal)
+  // only when a card group that ended cannot be removed.
   bool checkOffloadEvent(MiSession& session, const std::string& zubId, const MiMap& record,
                          StopEvents& events);
+  // Offload start in group `zubId`: the card-side process is attached, if it can be. Always
+  // true: a failed attach only leaves the offload unfollowed.
+  bool handleVekOffloadStart(MiSession& session, const std::string& zubId);
+  // Offload end: the card group `zubId` is removed; false when that fails.
+  bool handleVekOffloadEnd(MiSession& session, const std::string& zubId);
+  // The session's attach, then every user breakpoint copied into the new engine under its
+  // number and in its state (each is deleted and inserted again in every engine). False only
+  // when the attach failed.
+  bool attachVekProcess(MiSession& session);
   // After an offload event: a stop record with the synthetic reason for a command other than
   // run or continue, otherwise a nested internal continue, run to completion.
   bool finishOffloadStop(MiSession& session, const StopEvents& events);

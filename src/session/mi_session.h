@@ -92,6 +92,27 @@ class MiSession {
   // Fills cardIpTable and ipCardTable from the cards that are online; problems are only logged.
   void initVekCardIpTable();
 
+  // The attach of a card-side process at offload start (defined with the offload code). Reads
+  // from the stopped host program which card the process runs on and its pid, starts a card
+  // engine that attaches to it, and reports each step to the user as a console line. On success
+  // `group` is the new card group ("vek..."); on failure nothing of it is left running.
+  bool attachVekProcess(std::string& group);
+  // One word of target memory through the engine of `group`, output muted: the first word of
+  // the single data item read at `address`.
+  bool readMemory(const std::string& group, const std::string& address, std::string& value,
+                  const std::string& wordSize, const std::string& format);
+  // The value of `expression` through the engine of `group`, output muted, as the MI string
+  // holds it (still escaped).
+  bool evaluateVariable(const std::string& group, const std::string& expression,
+                        std::string& value);
+  // The steps of the attach; each reads its environment value once, on first use.
+  bool retrieveVekCardNumber(std::string& id);
+  bool retrieveVekPid(std::string& pid);
+  bool retrieveVekTempDir(const std::string& node, const std::string& pid, std::string& dir);
+  bool retrieveVekLocalFile(const std::string& dir, std::string& file);
+  bool retrieveVekSolibSearchPath(const std::string& node, const std::string& pid,
+                                  std::string& path);
+
   bool exitRequested = false;
   // Engine id to its thread-group record (a top-level map: "id", "type", "vek-card", "pid",
   // "threads").

@@ -202,6 +202,8 @@ class ProgramPeer : public Peer {
 class InProcessPeer : public Peer {
  public:
   InProcessPeer(const Case& c, const std::string& dir) : rig(dir) {
+    for (const auto& [name, value] : c.env)  // each case runs in a process of its own
+      value->empty() ? unsetenv(name.c_str()) : setenv(name.c_str(), value->c_str(), 1);
     for (const auto& [card, address] : c.cards) {
       rig.session.cardIpTable[card] = address;
       rig.session.ipCardTable[address] = card;

@@ -1,7 +1,7 @@
 # All-stop across a host and a card engine: when every engine refuses, the host's error is the
 # answer; the first stop interrupts the others and one stop record carries the token; a stop in
 # the card makes it current; a card's error while the host runs still ends in the host's stop; a
-# card-side exit ends the command without interrupting the host.
+# card-side exit does not interrupt the host, and its group is gone when the host exits.
 in-process
 cards: 0=127.0.1.1
 spawn: vek 0 127.0.1.1
@@ -12,7 +12,7 @@ host: on#3 -exec-continue $TOKEN^running
 host: on#4 -exec-continue $TOKEN^running
 host: on#4 -exec-continue @after 300 *stopped,reason="breakpoint-hit",frame={func="main"},thread-id="1"
 host: on#5 -exec-continue $TOKEN^running
-host: on#5 -exec-continue @after 1000 *stopped,reason="breakpoint-hit",frame={func="main"},thread-id="1"
+host: on#5 -exec-continue @after 1000 *stopped,reason="exited-normally"
 host: on SIGINT @cancel
 host: on SIGINT *stopped,reason="signal-received",thread-id="1"
 card: on#1 -exec-continue $TOKEN^error,msg="card refuses"
@@ -59,6 +59,5 @@ vek1: 3-exec-continue
 vek1: 4-stack-info-depth
 vek1: 5-exec-continue
 vek1: 6-exec-continue
-vek1: <SIGINT>
 vek1: -gdb-exit
 log: All engines are stopped.
