@@ -31,6 +31,10 @@
 //   must lead its process group, or it cannot be interrupted at all.
 // - gdb retries a refused connection for 15 s ("tcp auto-retry"): turned off, so that a card
 //   without a debug server fails the attach at once.
+// - A SIGINT that reaches gdb while the program is exiting (the session interrupts a card engine
+//   when the host program has exited first) makes gdb print &"Quit\n" instead of the exit's
+//   "*stopped": the session would wait for that stop for ever. After a "=thread-group-exited"
+//   with no stop yet, that Quit becomes the "*stopped" gdb owed.
 //
 // Passed on as gdb has it, for the session to know: the stop after an attach has no "reason";
 // a connection announces "=tsv-created"; gdb does not follow the children of the host program
@@ -186,6 +190,7 @@ class Adapter {
   void readProgram();
   void flushProgram(bool partialToo);
   void emit(const std::string& text);
+  void followRunState(const std::string& line, std::string& out);
   bool holding() const { return startUpPending > 0 || attach != AttachState::kNone; }
   int pollTimeout() const;
 
@@ -203,6 +208,8 @@ class Adapter {
   int startUpPending = 0;
   bool connected = false;
   std::map<std::string, std::string> groupPids;
+  bool running = false;  // gdb said "*running" and no "*stopped" since
+  std::string exitCode;  // of the program that exited while running, if any
 
   AttachState attach = AttachState::kNone;
   std::string attachToken;
@@ -345,6 +352,7 @@ void Adapter::fromGdb(const std::string& line) {
   if (internalAnswer(line)) return;
   boost::smatch m;
   std::string out = line;
+  followRunState(line, out);
   if (boost::regex_match(line, m, groupStarted)) {
     groupPids[m[1]] = m[2];
   } else if (boost::regex_match(line, m, threadCreated) && groupPids.count(m[1]) &&
@@ -356,6 +364,23 @@ void Adapter::fromGdb(const std::string& line) {
     return finishAttach();
   }
   emit(out);
+}
+
+void Adapter::followRunState(const std::string& line, std::string& out) {
+  static const boost::regex groupExited(R"re(^=thread-group-exited,.*exit-code="([^"]*)".*\n)re");
+  boost::smatch m;
+  if (line.starts_with("*running")) {
+    running = true;
+    exitCode.clear();
+  } else if (line.starts_with("*stopped")) {
+    running = false;
+  } else if (running && boost::regex_match(line, m, groupExited)) {
+    exitCode = m[1];
+  } else if (running && !exitCode.empty() && line == "&\"Quit\\n\"\n") {
+    running = false;
+    out = exitCode == "0" ? "*stopped,reason=\"exited-normally\"\n"
+                          : "*stopped,reason=\"exited\",exit-code=\"" + exitCode + "\"\n";
+  }
 }
 
 void Adapter::readProgram() {
