@@ -13,8 +13,8 @@ args: --interpreter=mi $BUILD/bin/offload_host
 < &"Function \"card_work\" not defined.\n"
 <~ 1\^done,bkpt=\{number="1",.*pending="card_work".*
 < (gdb)
-> 2-break-insert offload_host.c:59
-<~ 2\^done,bkpt=\{number="2",.*line="59".*
+> 2-break-insert offload_host.c:61
+<~ 2\^done,bkpt=\{number="2",.*line="61".*
 < (gdb)
 > 3-exec-args 2
 <+ 3^done
