@@ -45,38 +45,9 @@ struct Channel {
   IOModule module{inStream, outStream, &inputBuffer, &outputBuffer};
 };
 
-TEST(IOModule, ReaderCutsLinesAtNewlineWhateverTheReadsAndKeepsALastLineWithoutOne) {
-  Channel channel;
-  channel.module.start();
-  channel.feed("first\nsecond\r\nspl");  // one read, two lines; a carriage return stays
-  EXPECT_EQ(channel.next(), "first\n");
-  EXPECT_EQ(channel.next(), "second\r\n");
-  std::this_thread::sleep_for(std::chrono::milliseconds(20));  // the reader takes "spl"
-  channel.feed("it\n\n" + std::string(100000, 'x') + "\nno newline");
-  EXPECT_EQ(channel.next(), "split\n");
-  EXPECT_EQ(channel.next(), "\n");
-  EXPECT_TRUE(channel.next() == std::string(100000, 'x') + "\n");
-  channel.in.closeEnd(1);
-  EXPECT_EQ(channel.next(0.1), "");
-  EXPECT_FALSE(channel.inputBuffer.isClosed());  // end of file leaves the buffer open
-}
-
-TEST(IOModule, FullQueueStopsReadingSoThePipeKeepsTheRest) {
-  Channel channel(1);
-  channel.module.start();
-  channel.feed("1\n");
-  ASSERT_TRUE(waitUntil([&] { return channel.inputBuffer.size() == 1; }));
-  channel.feed("2\n");  // read, then held in the reader until there is room
-  std::this_thread::sleep_for(std::chrono::milliseconds(30));
-  channel.feed("3\n");
-  std::this_thread::sleep_for(std::chrono::milliseconds(30));
-  int unread = 0;
-  ASSERT_EQ(ioctl(channel.in.fds[0], FIONREAD, &unread), 0);
-  EXPECT_EQ(unread, 2);
-  for (const char* line : {"1\n", "2\n", "3\n"}) EXPECT_EQ(channel.next(), line);
-}
-
-TEST(IOModule, WriterKeepsOrderThroughPartialWritesAndDrains) {
+// The reader cuts lines at "\n" whatever the reads; the writer keeps the order of long items
+// through partial writes and drains.
+TEST(IOModule, LinesCrossBothThreadsWholeAndInOrder) {
   Channel channel;
   channel.smallOutput();
   std::string expected;
@@ -86,6 +57,17 @@ TEST(IOModule, WriterKeepsOrderThroughPartialWritesAndDrains) {
   }
   channel.module.start();
   EXPECT_FALSE(channel.module.drainOutput(std::chrono::milliseconds(20)));  // nobody reads yet
+  channel.feed("first\nsecond\r\nspl");  // one read, two lines; a carriage return stays
+  EXPECT_EQ(channel.next(), "first\n");
+  EXPECT_EQ(channel.next(), "second\r\n");
+  std::this_thread::sleep_for(std::chrono::milliseconds(20));  // the reader takes "spl"
+  channel.feed("it\n\n" + std::string(100000, 'x') + "\nno newline");
+  EXPECT_EQ(channel.next(), "split\n");
+  EXPECT_EQ(channel.next(), "\n");
+  EXPECT_TRUE(channel.next() == std::string(100000, 'x') + "\n");
+  channel.in.closeEnd(1);
+  EXPECT_EQ(channel.next(0.1), "");  // a last line without "\n" is dropped at end of file
+  EXPECT_FALSE(channel.inputBuffer.isClosed());
   std::string received;
   char bytes[1000];
   waitUntil(
@@ -99,18 +81,26 @@ TEST(IOModule, WriterKeepsOrderThroughPartialWritesAndDrains) {
   EXPECT_TRUE(channel.module.drainOutput(std::chrono::milliseconds(2000)));
 }
 
-TEST(IOModule, StopDiscardsQueuedItemsAndEndsBothWaitingThreads) {
+// A full input queue stops the reader, so the pipe keeps the rest; stop() then ends a reader
+// waiting to put and a writer whose pipe is full, and discards what both queues hold.
+TEST(IOModule, FullQueuesHoldBackBothThreadsUntilStopDiscardsTheQueues) {
   Channel channel(1);
-  // The output pipe full, so the writer can write nothing; the input queue full, so the reader
-  // waits to put.
   const int fd = channel.smallOutput();
   while (write(fd, std::string(4096, 'f').data(), 4096) > 0) {
   }
   for (int i = 0; i < 50; ++i) channel.outputBuffer.put("queued\n");
   channel.module.start();
-  channel.feed("1\n2\n3\n");
+  channel.feed("1\n");
   ASSERT_TRUE(waitUntil([&] { return channel.inputBuffer.size() == 1; }));
-  std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  channel.feed("2\n");  // read, then held in the reader until there is room
+  std::this_thread::sleep_for(std::chrono::milliseconds(30));
+  channel.feed("3\n4\n");
+  std::this_thread::sleep_for(std::chrono::milliseconds(30));
+  int unread = 0;
+  ASSERT_EQ(ioctl(channel.in.fds[0], FIONREAD, &unread), 0);
+  EXPECT_EQ(unread, 4);
+  for (const char* line : {"1\n", "2\n"}) EXPECT_EQ(channel.next(), line);
+  ASSERT_TRUE(waitUntil([&] { return channel.inputBuffer.size() == 1; }));  // "3", "4" waits
   channel.module.stop();  // a hang here is caught by the ctest time limit
   EXPECT_FALSE(channel.module.isStarted());
   EXPECT_TRUE(channel.inputBuffer.isClosed() && channel.outputBuffer.isClosed());

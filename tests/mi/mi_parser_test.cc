@@ -35,14 +35,12 @@ std::string error(const std::string& kind, const std::string& at) {
   return "!&\"Syntax Error: " + kind + " at \\\"" + at + "\\\"\"\n";
 }
 
-// A row: the input and its printed tree, or "!" and the text the syntax error names. Rows from
-// the fuzzer are marked.
+// A row: the input and its printed tree, or "!" and the text the syntax error names. Ordinary
+// records are the recorded session below; these are the odd ones. Rows from the fuzzer are marked.
 TEST(MiParser, TextsPrintBackOrWriteOneSyntaxErrorLine) {
   const std::pair<std::string, std::string> cases[] = {
-      {R"(a="1",b={c="2"},d=["x",{},f="y"])", R"(a="1",b={c="2"},d=["x",{},f="y"])"},
       {R"(b="0",a="1",b="2",a="3")", R"(b="2",a="3")"},  // a repeated name: last value, first place
-      {R"(t={x="1",y={},x="2"})", R"(t={x="2",y={}})"},
-      {R"(l=[f="1",f="2"])", R"(l=[f="1",f="2"])"},  // lists keep repeated results
+      {R"(l=[f="1",f="2"])", R"(l=[f="1",f="2"])"},      // lists keep repeated results
       {R"(s="a\"b",t="\\\"",u="\\\\",v="",w="\n\t")",
        R"(s="a\"b",t="\\\"",u="\\\\",v="",w="\n\t")"},
       {"s=\"line\nbreak\",t=\"end\\\nx\"", "s=\"line\nbreak\",t=\"end\\\nx\""},
@@ -52,7 +50,6 @@ TEST(MiParser, TextsPrintBackOrWriteOneSyntaxErrorLine) {
       {R"(a="x"")", R"(a="x")"},
       {R"(a=[{b="1",b={}},b=[]],a={a={}})", R"(a={a={}})"},  // fuzzer
       {"", "!"},
-      {"   \n", "!"},
       {R"("x",a="1")", "!\"x\""},
       {R"({a="1"})", "!{"},
       {R"(a="unterminated)", "!unterminated"},
@@ -61,18 +58,11 @@ TEST(MiParser, TextsPrintBackOrWriteOneSyntaxErrorLine) {
       {R"("""""""""")", "!\"\""},          // fuzzer
       {R"(\\\\"a=\"x\")", "!x"},           // fuzzer
       {R"(id="i1"type="7582")", "!type"},  // fuzzer
-      {R"(_x-1=""A"")", "!A"},
       {"a=", "!"},
-      {"a", "!"},
       {R"(a="1",)", "!"},
-      {R"(a={b})", "!}"},
-      {R"(a=[x])", "!]"},
       {R"(a=["1",])", "!]"},
-      {R"(a=[{b="1"}}])", "!}"},
       {R"(a={b="1"])", "!]"},
-      {R"(a=["1")", "!"},
       {R"(a=={})", "!="},
-      {R"(a={c="1",d=[{e="2"},"3"],f={g=[["4"]]})", "!"},
   };
   for (const auto& [input, expected] : cases) {
     if (expected[0] == '!')
