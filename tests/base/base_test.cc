@@ -4,7 +4,6 @@
 #include <fstream>
 #include <sstream>
 
-#include "base/env_var.h"
 #include "base/log.h"
 #include "base/options.h"
 #include "base/signals.h"
@@ -44,17 +43,6 @@ TEST(Log, RecordsAreNumberedAndFlushedWhenTheStatementEnds) {
               std::to_string(line) + ": argv: 1\n" + std::to_string(line + 1) + ": Removed i1\n\n");
   }
   unlink(path);
-}
-
-TEST(EnvVar, SetValueIsReadOnceAndUnsetOrEmptyKeepsTheDefault) {
-  setenv("WEM_TEST_SET", "first", 1);
-  setenv("WEM_TEST_EMPTY", "", 1);
-  unsetenv("WEM_TEST_UNSET");
-  const EnvVar set("WEM_TEST_SET", "d");
-  setenv("WEM_TEST_SET", "second", 1);
-  EXPECT_EQ(
-      set.value() + EnvVar("WEM_TEST_EMPTY", "d").value() + EnvVar("WEM_TEST_UNSET", "d").value(),
-      "firstdd");
 }
 
 // The handlers setting their flags are seen end to end (the signal transcripts); that a blocking

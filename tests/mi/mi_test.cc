@@ -129,42 +129,32 @@ TEST(MiParser, RecordedEngineOutputPrintsBackUnchanged) {
   EXPECT_GE(records, 50);
 }
 
-// Each lookup finds only its own kind and leaves its output alone otherwise; a copied tuple shares
-// its children with the record; setting keeps the place of a key and appends a new one.
-TEST(MiMap, LookupsFindTheirKindOnlyAndCopiesShareChildren) {
-  MiRecordPtr record = parseRecord(R"(s="text",t={k="v",l=["i1"]},l=["1",n="2"],s="again")");
-  const MiMap& map = *record->toMiMap();
+// Lookups find only their own kind and leave their output alone otherwise; a list lookup gives
+// the record's own (shared) children; setting keeps the place of a key and appends a new one, and
+// a list that is set is a copy.
+TEST(MiMap, LookupsFindTheirKindOnlyAndSettersKeepPlaces) {
+  MiRecordPtr record = parseRecord(R"(s="text",t={k="v"},l=["1",n="2"],s="again")");
+  MiMap& map = *record->toMiMap();
   std::string text = "old";
-  EXPECT_FALSE(map.findString("t", text) || map.findString("l", text) ||
-               map.findString("S", text) || map.findString("missing", text));
-  EXPECT_EQ(text, "old");
-  EXPECT_TRUE(map.findString("s", text));
-  EXPECT_EQ(text, "again");
   MiRecordPtr node = str("untouched");
   const MiRecordPtr before = node;
-  EXPECT_FALSE(map.findRecord("missing", node));
-  EXPECT_EQ(node, before);
-  MiList list;
-  list.elements.push_back(str("keep"));
   std::list<MiRecordPtr> items{str("keep")};
-  MiMap tuple(true);
-  tuple.setString("keep", "1");
-  EXPECT_FALSE(map.findMiList("s", list) || map.findList("t", items) || map.findMiMap("l", tuple));
-  EXPECT_EQ(print(list) + print(tuple) + std::to_string(items.size()), "[\"keep\"]keep=\"1\"1");
-  EXPECT_TRUE(map.findList("l", items) && map.findMiMap("t", tuple));
-  EXPECT_EQ(items.size(), 2u);
-  tuple.setString("k", "7");  // replaces the copy's pointer only
-  tuple.setString("extra", "x");
-  ASSERT_TRUE(tuple.findMiList("l", list));
-  list.elements.front()->toMiString()->value = "i9";  // a shared child
-  list.elements.push_back(str("i2"));
-  tuple.setList("k", list.elements);
-  list.elements.clear();  // the tuple holds its own copy
-  tuple.setList("extra", {});
-  std::ostringstream printed;  // a copied tuple is no longer top level
-  printed << tuple << '|' << *record << '|' << MiMap(false);
-  EXPECT_EQ(printed.str(), R"({k=["i9","i2"],l=["i9"],extra=[]}|)"
-                           R"(s="again",t={k="v",l=["i9"]},l=["1",n="2"]|{})");
+  EXPECT_FALSE(map.findString("t", text) || map.findString("l", text) ||
+               map.findString("S", text) || map.findRecord("missing", node) ||
+               map.findList("t", items));
+  EXPECT_EQ(text + std::to_string(items.size()), "old1");
+  EXPECT_EQ(node, before);
+  ASSERT_TRUE(map.findString("s", text) && map.findList("l", items) && map.findRecord("t", node));
+  EXPECT_EQ(text + std::to_string(items.size()), "again2");
+  items.front()->toMiString()->value = "9";
+  items.push_back(str("x"));
+  map.setList("t", items);
+  items.clear();
+  map.setString("s", "new");
+  map.setString("z", "last");
+  std::ostringstream printed;
+  printed << *node << '|' << map << '|' << MiMap(false);
+  EXPECT_EQ(printed.str(), R"({k="v"}|s="new",t=["9",n="2","x"],l=["9",n="2"],z="last"|{})");
 }
 
 // Rows sharing one thread table: the engine, the record, and the record after the rewrite, with

@@ -44,7 +44,6 @@ TEST(CardDiscovery, TablesAndLogFollowFromTheShellOutputs) {
        {{"0", "online\n", "IPADDR=1.1.1.1\n"}},
        "Failed to match sysfs mount point.\n",
        "|"},
-      {kSysfs, nullptr, {}, "", "|"},
       // Shell order; state and address lose trailing blanks and carriage returns only.
       {kSysfs,
        "/opt/ulvax/vek/filesystem/vek1 /opt/ulvax/vek/filesystem/vek0\n",
