@@ -1,7 +1,8 @@
 // The program runs card discovery before it starts its host engine. A stub `mount` first in PATH
-// names a sysfs mount point, so discovery goes on to list the card images; with no host engine
-// configured the program ends right after. What discovery makes of the shell's answers is a unit
-// test (tests/offload).
+// prints a long line and raw bytes, then a sysfs mount point without a line end, and fails: what
+// the shell printed is the answer, every line whole, so discovery goes on to list the card images.
+// With no host engine configured the program ends right after. What discovery makes of the
+// shell's answers is a unit test (tests/offload).
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -13,7 +14,10 @@ namespace {
 TEST(Discovery, ProgramLooksForTheCardsBeforeItStartsTheHostEngine) {
   e2e::TempDir dir;
   const std::string mounts = "sysfs on " + dir.path() + " type sysfs (rw)";
-  chmod(dir.write("mount", "#!/bin/sh\necho '" + mounts + "'\n").c_str(), 0755);
+  const std::string script =
+      "#!/bin/sh\nhead -c 300000 /dev/zero | tr '\\0' x\nprintf '\\n\\001\\000b\\n" + mounts +
+      "'\nexit 3\n";
+  chmod(dir.write("mount", script).c_str(), 0755);
   const char* path = getenv("PATH");
   e2e::Child wem;
   ASSERT_TRUE(wem.start({WEM_BINARY, "--interpreter=mi"},
@@ -26,10 +30,11 @@ TEST(Discovery, ProgramLooksForTheCardsBeforeItStartsTheHostEngine) {
   const std::vector<std::string> log = e2e::readLogLines(dir.file("wem.log"));
   auto at = log.begin();
   for (const std::string& step : std::vector<std::string>{
-           "Executing command: mount -t sysfs", "Command output: " + mounts,
+           "Executing command: mount -t sysfs", "Command output: " + std::string(300000, 'x'),
+           "Command output: \001" + std::string(1, '\0') + "b", "Command output: " + mounts,
            "Executing command: echo /opt/ulvax/vek/filesystem/vek*", "ZUBC_HOST is not defined."}) {
     at = std::find(at, log.end(), step);
-    ASSERT_NE(at, log.end()) << "missing or out of order: " << step;
+    ASSERT_NE(at, log.end()) << "missing or out of order: " << step.substr(0, 80);
   }
 }
 
