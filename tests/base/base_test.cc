@@ -6,7 +6,6 @@
 
 #include "base/log.h"
 #include "base/options.h"
-#include "base/signals.h"
 
 namespace {
 
@@ -43,25 +42,6 @@ TEST(Log, RecordsAreNumberedAndFlushedWhenTheStatementEnds) {
               std::to_string(line) + ": argv: 1\n" + std::to_string(line + 1) + ": Removed i1\n\n");
   }
   unlink(path);
-}
-
-// The handlers setting their flags are seen end to end (the signal transcripts); that a blocking
-// wait really breaks inside the guard, where the controller reaps an engine (the engine tests).
-TEST(Signals, TheGuardDropsRestartForItsLifetimeAndTheDefaultsComeBack) {
-  installSignalHandlers();
-  struct sigaction action;
-  {
-    InterruptibleWaits interruptible;
-    sigaction(SIGINT, nullptr, &action);
-    EXPECT_FALSE(action.sa_flags & SA_RESTART);
-  }
-  sigaction(SIGINT, nullptr, &action);
-  EXPECT_TRUE((action.sa_flags & SA_RESTART) && action.sa_handler == sigIntHandler);
-  restoreDefaultSignalActions();
-  for (int sig : {SIGINT, SIGQUIT, SIGTERM}) {
-    sigaction(sig, nullptr, &action);
-    EXPECT_EQ(action.sa_handler, SIG_DFL);
-  }
 }
 
 }  // namespace
