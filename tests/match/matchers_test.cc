@@ -77,6 +77,7 @@ const std::map<std::string, Render> kMatchers = {
     {"matchRegisterList", appended(99u, matchRegisterList)},
     {"replaceCmdThreadId", OUT(replaceCmdThreadId(t, "T", o))},
     {"replaceCmdThreadGroupId", OUT(replaceCmdThreadGroupId(t, "G", o))},
+    {"replaceTag", OUT(replaceTag(o = t, "<VEKCARD>", "vek0"))},
     {"replaceBkpCondId", ONE(replaceBkpCondId(t, "7", o))},
     {"replaceVarCreateObjId", ONE(replaceVarCreateObjId(t, "v5", o))},
     {"replaceRegisterList", OUT(replaceRegisterList(t, {4, 5}, o))},
@@ -122,6 +123,7 @@ replaceCmdThreadId `-exec-next\n` `-exec-next\n`
 replaceCmdThreadId `-x --thread 1 --thread-group 1 --thread\n 2\n` `-x T --thread-group 1 T\n`
 replaceCmdThreadGroupId `-x --thread-group \n` `-x --thread-group \n`
 replaceCmdThreadGroupId `-x --thread 3 --thread-group vek_1|a\n` `-x --thread 3 G\n`
+replaceTag `/tmp/<VEKCARD>/<VEKPID>/<VEKCARD>` `/tmp/vek0/<VEKPID>/vek0`
 replaceBkpCondId `12-break-condition --thread 2 3 x>1\n` `12-break-condition --thread 2 7 x>1\n`
 replaceBkpCondId `-break-after 3\n` `-break-after 7 ` `-break-condition x\n` `no`
 replaceVarCreateObjId `12-var-create --frame 0 m * x\n` `12-var-create --frame 0 v5 * x\n`

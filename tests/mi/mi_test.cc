@@ -139,13 +139,16 @@ TEST(MiMap, LookupsFindTheirKindOnlyAndSettersKeepPlaces) {
   MiRecordPtr node = str("untouched");
   const MiRecordPtr before = node;
   std::list<MiRecordPtr> items{str("keep")};
+  MiMap tuple(false);
+  tuple.setString("keep", "1");
   EXPECT_FALSE(map.findString("t", text) || map.findString("l", text) ||
                map.findString("S", text) || map.findRecord("missing", node) ||
-               map.findList("t", items));
-  EXPECT_EQ(text + std::to_string(items.size()), "old1");
+               map.findList("t", items) || map.findMiMap("l", tuple));
+  EXPECT_EQ(text + std::to_string(items.size()) + print(tuple), "old1{keep=\"1\"}");
   EXPECT_EQ(node, before);
-  ASSERT_TRUE(map.findString("s", text) && map.findList("l", items) && map.findRecord("t", node));
-  EXPECT_EQ(text + std::to_string(items.size()), "again2");
+  ASSERT_TRUE(map.findString("s", text) && map.findList("l", items) && map.findRecord("t", node) &&
+              map.findMiMap("t", tuple) && tuple.findString("k", text));
+  EXPECT_EQ(text + std::to_string(items.size()), "v2");
   items.front()->toMiString()->value = "9";
   items.push_back(str("x"));
   map.setList("t", items);

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "session/breakpoint_table.h"
+#include "session/conversion_table.h"
 #include "session/thread_id_table.h"
 #include "session/var_obj_table.h"
 
@@ -16,6 +17,18 @@ TEST(ThreadIdTable, OnlyAUserIdGivenOutLeadsBackToItsEngineThread) {
     EXPECT_FALSE(table.fromExtThreadId(unknown, engine, thread)) << unknown;
     EXPECT_EQ(engine + ":" + thread, "vek1:1");
   }
+}
+
+// Re-pointing happens when a breakpoint is inserted again while an engine still holds it (a
+// copy after an attach whose delete failed).
+TEST(ConversionTable, KeepsBothDirectionsInStep) {
+  ConversionTable<std::string, std::string> table;
+  table.insert("1", "5");
+  table.insert("2", "6");
+  table.insert("1", "7");  // re-pointing "1" drops its old partner "5"
+  table.insert("3", "6");  // "6" moves to "3": "2" is gone
+  EXPECT_EQ(table.forward, (std::map<std::string, std::string>{{"1", "7"}, {"3", "6"}}));
+  EXPECT_EQ(table.backward, (std::map<std::string, std::string>{{"6", "3"}, {"7", "1"}}));
 }
 
 // Breakpoint 1 is held by both engines, 2 by i1 only; i1 then reports its number 1 again. Once
