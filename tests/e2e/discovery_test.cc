@@ -3,6 +3,7 @@
 // the shell printed is the answer, every line whole, so discovery goes on to list the card images.
 // With no host engine configured the program ends right after. What discovery makes of the
 // shell's answers is a unit test (tests/offload).
+#include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <algorithm>
