@@ -219,10 +219,8 @@ bool waitGone(pid_t pid, Ms timeout) {
   }
 }
 
-std::string fakeEnginePath() { return WEM_FAKE_ENGINE; }
-
 EnvChanges fakeEngineEnv(const std::string& dir) {
-  return {{"ZUBC_HOST", fakeEnginePath()}, {"ZUBC_VEK", fakeEnginePath()}, {"WEM_FAKE_DIR", dir}};
+  return {{"ZUBC_HOST", WEM_FAKE_ENGINE}, {"ZUBC_VEK", WEM_FAKE_ENGINE}, {"WEM_FAKE_DIR", dir}};
 }
 
 std::map<std::string, pid_t> fakeEngines(const std::string& dir) {

@@ -86,9 +86,8 @@ std::string readFile(const std::string& path);
 std::vector<std::string> readLogLines(const std::string& path);
 // Waits until `pid` is gone or a zombie; false at the deadline.
 bool waitGone(pid_t pid, Ms timeout = kTimeout);
-// The fake engine, and the environment that makes engines of both kinds fake engines that keep
-// their scenarios, pid files and received lines in `dir` (see fake_engine.cc).
-std::string fakeEnginePath();
+// The environment that makes engines of both kinds fake engines that keep their scenarios, pid
+// files and received lines in `dir` (see fake_engine.cc).
 EnvChanges fakeEngineEnv(const std::string& dir);
 // Pids of the fake engines started with that environment, by name ("i1", "vek1", ...).
 std::map<std::string, pid_t> fakeEngines(const std::string& dir);
