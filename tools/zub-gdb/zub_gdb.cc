@@ -35,6 +35,9 @@
 //   when the host program has exited first) makes gdb print &"Quit\n" instead of the exit's
 //   "*stopped": the session would wait for that stop for ever. After a "=thread-group-exited"
 //   with no stop yet, that Quit becomes the "*stopped" gdb owed.
+// - gdb announces a stop with a console record of just "\n" before "Breakpoint N, FUNC (...":
+//   the two become one record (the blank waits kPartialLineMs for its follower), so that when
+//   the session drops the announcement of its silent offload breakpoint no blank line is left.
 //
 // Passed on as gdb has it, for the session to know: the stop after an attach has no "reason";
 // a connection announces "=tsv-created"; gdb does not follow the children of the host program
@@ -75,6 +78,7 @@ constexpr unsigned long kInternalToken = 900000001;
 constexpr int kPartialLineMs = 50;
 constexpr int kAttachStopMs = 10000;  // how long a held attach answer waits for its stop
 const char kPrompt[] = "(gdb) \n";
+const char kBlankLine[] = "~\"\\n\"\n";  // a console record of one line end
 
 // A C string of MI: quotes, backslashes and control characters escaped.
 std::string miQuoted(const std::string& text) {
@@ -191,6 +195,7 @@ class Adapter {
   void flushProgram(bool partialToo);
   void emit(const std::string& text);
   void followRunState(const std::string& line, std::string& out);
+  void flushBlank();
   bool holding() const { return startUpPending > 0 || attach != AttachState::kNone; }
   int pollTimeout() const;
 
@@ -208,6 +213,8 @@ class Adapter {
   int startUpPending = 0;
   bool connected = false;
   std::map<std::string, std::string> groupPids;
+  bool blankHeld = false;  // a kBlankLine waits for the console record it belongs to
+  Clock::time_point blankSince;
   bool running = false;  // gdb said "*running" and no "*stopped" since
   std::string exitCode;  // of the program that exited while running, if any
 
@@ -344,6 +351,16 @@ void Adapter::fromGdb(const std::string& line) {
   // The program wrote what it wrote before gdb saw it stop or end.
   readProgram();
   flushProgram(true);
+  if (blankHeld && line.starts_with("~\"")) {
+    blankHeld = false;
+    return fromGdb("~\"\\n" + line.substr(2));
+  }
+  flushBlank();
+  if (line == kBlankLine) {
+    blankHeld = true;
+    blankSince = Clock::now();
+    return;
+  }
   if (dropPrompt && line == kPrompt) {
     dropPrompt = false;
     return;
@@ -383,6 +400,11 @@ void Adapter::followRunState(const std::string& line, std::string& out) {
   }
 }
 
+void Adapter::flushBlank() {
+  if (blankHeld) emit(kBlankLine);
+  blankHeld = false;
+}
+
 void Adapter::readProgram() {
   char buffer[4096];
   ssize_t n;
@@ -407,6 +429,7 @@ void Adapter::emit(const std::string& text) { writeAll(STDOUT_FILENO, text); }
 int Adapter::pollTimeout() const {
   auto until = Clock::time_point::max();
   if (!programText.empty()) until = programSince + std::chrono::milliseconds(kPartialLineMs);
+  if (blankHeld) until = std::min(until, blankSince + std::chrono::milliseconds(kPartialLineMs));
   if (attach == AttachState::kAttaching && attachDone) until = std::min(until, attachDeadline);
   if (until == Clock::time_point::max()) return -1;
   const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(until - Clock::now());
@@ -461,10 +484,12 @@ int Adapter::run() {
       toGdb = -1;
     }
     flushProgram(Clock::now() - programSince >= std::chrono::milliseconds(kPartialLineMs));
+    if (Clock::now() - blankSince >= std::chrono::milliseconds(kPartialLineMs)) flushBlank();
     if (attach == AttachState::kAttaching) finishAttach();
   }
   readProgram();
   flushProgram(true);
+  flushBlank();
   int status = 0;
   waitpid(gdbPid, &status, 0);
   return WIFEXITED(status) ? WEXITSTATUS(status) : 1;

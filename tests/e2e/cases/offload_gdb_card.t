@@ -23,7 +23,10 @@ args: --interpreter=mi $BUILD/bin/offload_host
 > 5-break-delete 2
 <+ 5^done
 > 6-exec-next
-<... ~"Attaching VEK process...\\n"
+< 6^running
+<+ *running,thread-id="all"
+< *running,thread-id="all"
+< ~"Attaching VEK process...\n"
 < ~"VEK card number is 0.\n"
 <~ ~"VEK Pid is \d+\.\\n"
 < ~"VEK local file is \"$BUILD/bin/offload_card\".\n"
