@@ -26,7 +26,9 @@ cleanup() {
       sleep 0.1
     done
   done
-  rm -rf "$work"
+  # Only the files this script made: nothing is ever removed recursively.
+  rm -f "$work/in" "$work/out" "$work/err" "$work/wem.log" "$work/sample"
+  rmdir "$work"
 }
 trap cleanup EXIT
 trap 'exit 1' INT TERM
