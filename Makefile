@@ -1,5 +1,6 @@
 # make check    install what is missing, build (warnings are errors), run every test
-# make demo     build, then run a scripted MI session through wem against stock gdb
+# make demo     build, then run a scripted MI session through wem against stock gdb, on a
+#               simulated card where namespaces are allowed
 # make bench    build and run the benchmarks
 # make fuzz     build and run the MI parser fuzzer for FUZZ_SECONDS
 # SANITIZE=address,undefined (or thread) builds and tests in build-<sanitizers> instead of build.

@@ -8,7 +8,8 @@
 
 static int card_work(int input) {
   int total = 0;
-  for (int i = 1; i <= input; i++) total += i * i;
+  for (int i = 1; i <= input; i++)
+    total += i * i;  /* a line of its own: a breakpoint here is hit on every round */
   return total;
 }
 

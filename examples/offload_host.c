@@ -5,7 +5,8 @@
  * attaches to the card-side process at that call stops at card-side breakpoints. The card-side
  * process ends by itself; the host waits for it.
  *
- * Usage: offload_host [COUNT]   offloads COUNT times (default 1), one card-side process each. */
+ * Usage: offload_host [COUNT [WORK]]   offloads COUNT times (default 1), one card-side process
+ * each; WORK is the size of the card-side work (default: 3 more than the offload's number). */
 #include <stdio.h>
 #include <stdlib.h>
 #include <sys/wait.h>
@@ -20,6 +21,7 @@
 unsigned int __zub_target_id;
 int __zub_target_so_pid;
 char __zub_target_exe_name[] = OFFLOAD_CARD_EXE;
+static int work;
 
 /* The offload symbol: called once the card-side process is loaded and has not started work. */
 __attribute__((noinline)) void __zub_target_so_loaded(void) { __asm__ volatile(""); }
@@ -32,7 +34,7 @@ static pid_t start_card(int round, int ready[2], int go[2]) {
     char ready_fd[16], go_fd[16], input[16];
     snprintf(ready_fd, sizeof ready_fd, "%d", ready[1]);
     snprintf(go_fd, sizeof go_fd, "%d", go[0]);
-    snprintf(input, sizeof input, "%d", round + 3);
+    snprintf(input, sizeof input, "%d", work > 0 ? work : round + 3);
     close(ready[0]);
     close(go[1]);
     /* A card-side process leads a process group of its own, as one that the card starts does:
@@ -69,6 +71,7 @@ static int offload(int round) {
 
 int main(int argc, char** argv) {
   const int count = argc > 1 ? atoi(argv[1]) : 1;
+  work = argc > 2 ? atoi(argv[2]) : 0;
   for (int round = 0; round < count; round++)
     if (offload(round) != 0) return 1;
   return 0;

@@ -32,6 +32,7 @@ struct Case {
   std::vector<std::string> args{"--interpreter=mi"};
   e2e::EnvChanges env;
   std::string engine;  // host engines: "gdb", "zub-gdb" (ours, over gdb) or the fake engine
+  std::vector<std::string> wrap;  // a command that runs the program (tools/simulate-card)
   bool inProcess = false;
   std::map<std::string, std::string> files;
   std::vector<std::pair<std::string, std::string>> cards;
@@ -60,7 +61,7 @@ std::string expand(std::string text, const std::string& dir) {
 // Set-up and check lines are "key: text"; the rest are conversation steps.
 bool parseCase(const std::string& path, const std::string& dir, Case& c) {
   static const boost::regex keyed(
-      R"(^(host\d*|card\d*|args|env|engine|file|cards|spawn|log|stderr|i\d+|vek\d+):(?: (.*))?$)");
+      R"(^(host\d*|card\d*|args|wrap|env|engine|file|cards|spawn|log|stderr|i\d+|vek\d+):(?: (.*))?$)");
   static const boost::regex step(
       R"(^(>|<~|<\.\.\.|<\+|<|!|sleep|quiet|close|eof|exit)(?: (.*))?$)");
   std::ifstream in(path);
@@ -79,6 +80,8 @@ bool parseCase(const std::string& path, const std::string& dir, Case& c) {
         c.scenarios[(key[0] == 'h' ? "i" : "vek") + key.substr(4)] += text + "\n";
       else if (key == "args")
         c.args = words(text);
+      else if (key == "wrap")
+        c.wrap = words(text);
       else if (key == "env")
         c.env[text.substr(0, text.find('='))] = text.substr(text.find('=') + 1);
       else if (key == "engine")
@@ -130,17 +133,22 @@ class ProgramPeer : public Peer {
     if (!c.engine.empty()) env["ZUBC_HOST"] = c.engine;
     env["WEM_LOG"] = dir.file("wem.log");
     for (const auto& [name, value] : c.env) env[name] = value;
-    std::vector<std::string> argv{WEM_BINARY};
+    std::vector<std::string> argv = c.wrap;
+    argv.push_back(WEM_BINARY);
     argv.insert(argv.end(), c.args.begin(), c.args.end());
     started = child.start(argv, env, dir.file("stderr"));
   }
   ~ProgramPeer() override { finish(); }
 
   bool send(const std::string& line) override {
-    for (pid_t pid : descendants(child.pid())) seen.insert(pid);
+    see();
     return child.write(line + "\n");
   }
-  bool readLine(std::string& line) override { return child.readLine(line); }
+  bool readLine(std::string& line) override {
+    const bool read = child.readLine(line);
+    see();
+    return read;
+  }
   std::string unread() override { return child.unread(); }
   bool control(const Step& step) override {
     static const std::map<std::string, int> kSignals = {
@@ -159,7 +167,7 @@ class ProgramPeer : public Peer {
     if (ended) return {};
     ended = true;
     if (!exited) {
-      for (pid_t pid : descendants(child.pid())) seen.insert(pid);
+      see();
       child.signal(SIGKILL);
     }
     for (const auto& [name, pid] : e2e::fakeEngines(dir.path()))
@@ -174,22 +182,27 @@ class ProgramPeer : public Peer {
   }
 
  private:
-  // Engines lead sessions of their own, so a group kill misses them: find them by parent.
-  static std::vector<pid_t> descendants(pid_t root) {
-    std::vector<pid_t> found{root};
+  // Engines lead sessions of their own, so a group kill misses them: every process below the
+  // program, found by parent, is remembered.
+  void see() {
+    std::multimap<pid_t, pid_t> children;
+    for (const auto& entry : fs::directory_iterator("/proc")) {
+      if (!isdigit(entry.path().filename().string()[0])) continue;  // "self" and the like
+      const std::string stat = e2e::readFile(entry.path() / "stat");
+      const size_t close = stat.rfind(") ");
+      if (close == std::string::npos) continue;
+      std::istringstream fields(stat.substr(close + 2));
+      std::string state;
+      pid_t parent = 0;
+      fields >> state >> parent;
+      children.emplace(parent, std::stoi(entry.path().filename()));
+    }
+    std::vector<pid_t> found{child.pid()};
     for (size_t i = 0; i < found.size(); ++i)
-      for (const auto& entry : fs::directory_iterator("/proc")) {
-        const std::string stat = e2e::readFile(entry.path() / "stat");
-        const size_t close = stat.rfind(") ");
-        if (close == std::string::npos) continue;
-        std::istringstream fields(stat.substr(close + 2));
-        std::string state;
-        pid_t parent = 0;
-        fields >> state >> parent;
-        if (parent == found[i]) found.push_back(std::stoi(entry.path().filename()));
+      for (auto [at, end] = children.equal_range(found[i]); at != end; ++at) {
+        seen.insert(at->second);
+        found.push_back(at->second);
       }
-    found.erase(found.begin());
-    return found;
   }
 
   const e2e::TempDir& dir;
@@ -290,6 +303,15 @@ TEST_P(Transcript, Runs) {
   e2e::TempDir dir;
   Case c;
   ASSERT_TRUE(parseCase(path, dir.path(), c));
+  if (!c.wrap.empty()) {  // a wrapper that cannot work here says so with status 77
+    e2e::Child trial;
+    std::vector<std::string> argv = c.wrap;
+    argv.push_back("true");
+    ASSERT_TRUE(trial.start(argv, c.env, dir.file("stderr")));
+    const int status = trial.exitCode();
+    if (status == 77) GTEST_SKIP() << e2e::readFile(dir.file("stderr"));
+    ASSERT_EQ(status, 0) << e2e::readFile(dir.file("stderr"));
+  }
   for (const auto& [name, text] : c.scenarios) dir.write(name + ".scn", text);
   for (const auto& [name, text] : c.files) dir.write(name, text);
   std::unique_ptr<Peer> peer;

@@ -35,8 +35,8 @@ TEST(ZubGdbCard, AttachesThroughTheCardServerAndStopsInCardCode) {
                                                 [](int* fd) { close(*fd), delete fd; });
   e2e::Child card;
   ASSERT_TRUE(
-      card.start({WEM_SOURCE_DIR "/tools/simulate-card", "sh", "-c", kCard, "sh", dir.path()}, {},
-                 dir.file("stderr")));
+      card.start({WEM_SOURCE_DIR "/tools/simulate-card", "sh", "-c", kCard, "sh", dir.path()},
+                 {{"WEM_CARD_SERVER", kBin + "card-server"}}, dir.file("stderr")));
   for (int tries = 0; e2e::readFile(dir.file("ready")) != "r" && tries < 1000; ++tries) {
     if (card.exitCode(e2e::Ms(10)) == 77) GTEST_SKIP() << e2e::readFile(dir.file("stderr"));
   }

@@ -31,6 +31,13 @@
 //   must lead its process group, or it cannot be interrupted at all.
 // - gdb retries a refused connection for 15 s ("tcp auto-retry"): turned off, so that a card
 //   without a debug server fails the attach at once.
+// - A SIGINT that reaches gdb while the program is exiting (the session interrupts a card engine
+//   when the host program has exited first) makes gdb print &"Quit\n" instead of the exit's
+//   "*stopped": the session would wait for that stop for ever. After a "=thread-group-exited"
+//   with no stop yet, that Quit becomes the "*stopped" gdb owed.
+// - gdb announces a stop with a console record of just "\n" before "Breakpoint N, FUNC (...":
+//   the two become one record (the blank waits kPartialLineMs for its follower), so that when
+//   the session drops the announcement of its silent offload breakpoint no blank line is left.
 //
 // Passed on as gdb has it, for the session to know: the stop after an attach has no "reason";
 // a connection announces "=tsv-created"; gdb does not follow the children of the host program
@@ -71,6 +78,7 @@ constexpr unsigned long kInternalToken = 900000001;
 constexpr int kPartialLineMs = 50;
 constexpr int kAttachStopMs = 10000;  // how long a held attach answer waits for its stop
 const char kPrompt[] = "(gdb) \n";
+const char kBlankLine[] = "~\"\\n\"\n";  // a console record of one line end
 
 // A C string of MI: quotes, backslashes and control characters escaped.
 std::string miQuoted(const std::string& text) {
@@ -186,6 +194,8 @@ class Adapter {
   void readProgram();
   void flushProgram(bool partialToo);
   void emit(const std::string& text);
+  void followRunState(const std::string& line, std::string& out);
+  void flushBlank();
   bool holding() const { return startUpPending > 0 || attach != AttachState::kNone; }
   int pollTimeout() const;
 
@@ -203,6 +213,10 @@ class Adapter {
   int startUpPending = 0;
   bool connected = false;
   std::map<std::string, std::string> groupPids;
+  bool blankHeld = false;  // a kBlankLine waits for the console record it belongs to
+  Clock::time_point blankSince;
+  bool running = false;  // gdb said "*running" and no "*stopped" since
+  std::string exitCode;  // of the program that exited while running, if any
 
   AttachState attach = AttachState::kNone;
   std::string attachToken;
@@ -337,6 +351,16 @@ void Adapter::fromGdb(const std::string& line) {
   // The program wrote what it wrote before gdb saw it stop or end.
   readProgram();
   flushProgram(true);
+  if (blankHeld && line.starts_with("~\"")) {
+    blankHeld = false;
+    return fromGdb("~\"\\n" + line.substr(2));
+  }
+  flushBlank();
+  if (line == kBlankLine) {
+    blankHeld = true;
+    blankSince = Clock::now();
+    return;
+  }
   if (dropPrompt && line == kPrompt) {
     dropPrompt = false;
     return;
@@ -345,6 +369,7 @@ void Adapter::fromGdb(const std::string& line) {
   if (internalAnswer(line)) return;
   boost::smatch m;
   std::string out = line;
+  followRunState(line, out);
   if (boost::regex_match(line, m, groupStarted)) {
     groupPids[m[1]] = m[2];
   } else if (boost::regex_match(line, m, threadCreated) && groupPids.count(m[1]) &&
@@ -356,6 +381,28 @@ void Adapter::fromGdb(const std::string& line) {
     return finishAttach();
   }
   emit(out);
+}
+
+void Adapter::followRunState(const std::string& line, std::string& out) {
+  static const boost::regex groupExited(R"re(^=thread-group-exited,.*exit-code="([^"]*)".*\n)re");
+  boost::smatch m;
+  if (line.starts_with("*running")) {
+    running = true;
+    exitCode.clear();
+  } else if (line.starts_with("*stopped")) {
+    running = false;
+  } else if (running && boost::regex_match(line, m, groupExited)) {
+    exitCode = m[1];
+  } else if (running && !exitCode.empty() && line == "&\"Quit\\n\"\n") {
+    running = false;
+    out = exitCode == "0" ? "*stopped,reason=\"exited-normally\"\n"
+                          : "*stopped,reason=\"exited\",exit-code=\"" + exitCode + "\"\n";
+  }
+}
+
+void Adapter::flushBlank() {
+  if (blankHeld) emit(kBlankLine);
+  blankHeld = false;
 }
 
 void Adapter::readProgram() {
@@ -382,6 +429,7 @@ void Adapter::emit(const std::string& text) { writeAll(STDOUT_FILENO, text); }
 int Adapter::pollTimeout() const {
   auto until = Clock::time_point::max();
   if (!programText.empty()) until = programSince + std::chrono::milliseconds(kPartialLineMs);
+  if (blankHeld) until = std::min(until, blankSince + std::chrono::milliseconds(kPartialLineMs));
   if (attach == AttachState::kAttaching && attachDone) until = std::min(until, attachDeadline);
   if (until == Clock::time_point::max()) return -1;
   const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(until - Clock::now());
@@ -436,10 +484,12 @@ int Adapter::run() {
       toGdb = -1;
     }
     flushProgram(Clock::now() - programSince >= std::chrono::milliseconds(kPartialLineMs));
+    if (Clock::now() - blankSince >= std::chrono::milliseconds(kPartialLineMs)) flushBlank();
     if (attach == AttachState::kAttaching) finishAttach();
   }
   readProgram();
   flushProgram(true);
+  flushBlank();
   int status = 0;
   waitpid(gdbPid, &status, 0);
   return WIFEXITED(status) ? WEXITSTATUS(status) : 1;

@@ -1,0 +1,51 @@
+# The offload sample (two offloads) on the simulated card, zub-gdb over stock gdb and gdbserver as
+# host and card engines. The first offload starts during "-exec-next": "offload-start". A card-side
+# breakpoint stops everything once, under the card thread's own user id, with that thread's
+# stack. The card-side exit and the second attach pass without a stop, up to the breakpoint in the
+# second card-side process; then the host runs to its exit.
+wrap: $SRC/tools/simulate-card
+env: WEM_CARD_SERVER=$BUILD/bin/card-server
+env: ZUBC_VEK=$BUILD/bin/zub-gdb
+engine: zub-gdb
+args: --interpreter=mi $BUILD/bin/offload_host
+<+ =thread-group-added,id="i1"
+> 1-break-insert -f card_work
+< &"Function \"card_work\" not defined.\n"
+<~ 1\^done,bkpt=\{number="1",.*pending="card_work".*
+< (gdb)
+> 2-break-insert offload_host.c:61
+<~ 2\^done,bkpt=\{number="2",.*line="61".*
+< (gdb)
+> 3-exec-args 2
+<+ 3^done
+> 4-exec-run
+<... 4\*stopped,reason="breakpoint-hit",.*func="offload",.*thread-id="1".*
+> 5-break-delete 2
+<+ 5^done
+> 6-exec-next
+< 6^running
+<+ *running,thread-id="all"
+< *running,thread-id="all"
+< ~"Attaching VEK process...\n"
+< ~"VEK card number is 0.\n"
+<~ ~"VEK Pid is \d+\.\\n"
+< ~"VEK local file is \"$BUILD/bin/offload_card\".\n"
+< ~"VEK card address is \"127.0.2.1\".\n"
+< ~"VEK process is attached.\n"
+< 6*stopped,reason="offload-start"
+> 7-exec-continue
+<... 7\*stopped,reason="breakpoint-hit",.*func="card_work",args=\[\{name="input",value="3"\}\].*thread-id="2".*
+> 8-stack-list-frames --thread 2
+<~ 8\^done,stack=\[frame=\{level="0",.*func="card_work".*\},frame=\{level="1",.*func="main",file="[^"]*offload_card.c".*\}\]
+< (gdb)
+> 9-exec-continue
+<... ~"Attaching VEK process...\\n"
+<... ~"VEK process is attached.\\n"
+<... 9\*stopped,reason="breakpoint-hit",.*value="4".*thread-id="3".*
+> 10-exec-continue
+<... 10\*stopped,reason="exited-normally"
+> 11-gdb-exit
+<... 11\^exit
+exit 0
+log: vek1 exited.
+log: vek2 exited.
