@@ -1,6 +1,7 @@
 # Notifications are read while a command runs: threads get user ids, the group starts with its
 # first thread and exits with its last; libraries gain a group id; other notifications and those
-# missing the fields their handler needs are only logged (a thread without pid still takes id 1).
+# missing the fields their handler needs are only logged (a thread without pid still takes id 1);
+# a thread without a group joins its engine's.
 host: on#1 -gdb-set =thread-created
 host: on#1 -gdb-set =thread-created,{broken
 host: on#1 -gdb-set =thread-created,group-id="i1",pid="1"
@@ -20,6 +21,8 @@ host: on#3 -gdb-set $TOKEN^done
 host: on#4 -gdb-set =thread-exited,id="9",group-id="i1"
 host: on#4 -gdb-set =thread-created,id="11",group-id="i1",pid="4242"
 host: on#4 -gdb-set $TOKEN^done
+host: on#5 -gdb-set =thread-created,id="12",pid="4242"
+host: on#5 -gdb-set $TOKEN^done
 <+ =thread-group-added,id="i1"
 > 0-gdb-set z
 <+ 0^done
@@ -38,6 +41,9 @@ host: on#4 -gdb-set $TOKEN^done
 < =thread-group-exited,id="i1"
 < =thread-created,id="5",group-id="i1",pid="4242"
 <+ 3^done
+> 4-gdb-set d
+< =thread-created,id="6",pid="4242",group-id="i1"
+<+ 4^done
 log: Event has no record: =thread-created
 log: Failed to parse event's record: =thread-created,{broken
 log: Field 'id' is missing: =thread-created,group-id="i1",pid="1"

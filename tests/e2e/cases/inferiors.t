@@ -1,5 +1,6 @@
 # Attach: the engine's stop with the command's token and user thread ids. Detach clears the pid,
-# so the next attach starts the group again. An added inferior is current; removed ids fail.
+# so the next attach starts the group again. An added inferior is current; removing the current
+# one makes i1 current again; removed ids fail.
 host: on /attach +77/ =thread-created,id="7",group-id="i1",pid="77"
 host: on /attach +77/ *stopped,reason="signal-received",thread-id="7"
 host: on /attach +77/ $TOKEN^done,thread-id="7"
@@ -19,6 +20,13 @@ host: on /attach +77/ $TOKEN^done,thread-id="7"
 <+ 3^done,thread-id="1"
 > 4-add-inferior
 <+ =thread-group-added,id="i2"
+> 4-remove-inferior i2
+< =thread-group-removed,id="i2"
+<+ 4^done
+> 4-stack-info-depth
+<+ 4^done
+> 4-add-inferior
+<+ =thread-group-added,id="i2"
 > 5-file-exec-and-symbols --thread 1 prog
 <+ 5^done
 > 6-remove-inferior i1
@@ -32,5 +40,6 @@ host: on /attach +77/ $TOKEN^done,thread-id="7"
 i1: 1-target-attach  77
 i1: 2-target-detach
 i1: 3-target-attach 77
+i1: 4-stack-info-depth
 i1: 5-file-exec-and-symbols --thread 7 prog
 i1: -gdb-exit
