@@ -180,10 +180,7 @@ bool DataListRegisterValuesCmd::launchCmd(MiSession& session) {
     return true;
   }
   std::string zubId, engineThreadId;
-  if (!session.threadIdTable.fromExtThreadId(threadId, zubId, engineThreadId)) {
-    reportInvalidThreadIdError(ctrl, threadId, cmdId());
-    return true;
-  }
+  if (!findThread(session, threadId, zubId, engineThreadId)) return true;
   std::string line;
   replaceCmdThreadId(cmdText, "--thread " + engineThreadId, line);
   if (!session.cardIpTable.empty()) {

@@ -57,10 +57,7 @@ bool ExecCmd::broadcast(MiSession& session, const std::string& line) {
 bool ExecCmd::launchOnThread(MiSession& session) {
   CtrlModule& ctrl = session.ctrl;
   std::string zubId, engineThreadId;
-  if (!session.threadIdTable.fromExtThreadId(threadId, zubId, engineThreadId)) {
-    reportInvalidThreadIdError(ctrl, threadId, cmdId());
-    return true;
-  }
+  if (!findThread(session, threadId, zubId, engineThreadId)) return true;
   session.currentZubId = zubId;
   if (isHostProgramZubId(zubId)) return launchStepIn(session, zubId);
   std::string line;

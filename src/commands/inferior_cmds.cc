@@ -118,10 +118,7 @@ bool TargetAttachCmd::interruptCmd(MiSession& session) {
 bool TargetDetachCmd::launchCmd(MiSession& session) {
   if (threadId.empty()) return sendToOneEngine(session);
   std::string zubId, engineThreadId;
-  if (!session.threadIdTable.fromExtThreadId(threadId, zubId, engineThreadId)) {
-    reportInvalidThreadIdError(session.ctrl, threadId, cmdId());
-    return true;
-  }
+  if (!findThread(session, threadId, zubId, engineThreadId)) return true;
   std::string text;
   replaceCmdThreadId(cmdText, "--thread " + engineThreadId, text);
   sendToGroup(session, zubId, text);

@@ -22,6 +22,13 @@ void MiCmd::reply(MiSession& session, const std::string& record) {
   session.ctrl.sendToUser(kPrompt);
 }
 
+bool MiCmd::findThread(MiSession& session, const std::string& userThreadId, std::string& zubId,
+                       std::string& engineThreadId) {
+  if (session.threadIdTable.fromExtThreadId(userThreadId, zubId, engineThreadId)) return true;
+  reportInvalidThreadIdError(session.ctrl, userThreadId, cmdId_);
+  return false;
+}
+
 SimpleMiCmd::SimpleMiCmd(const std::string& line) : MiCmd(line) {}
 
 bool SimpleMiCmd::handleResponse(MiSession& session, const std::string& zubId,
@@ -72,10 +79,7 @@ bool SimpleMiCmd::interruptCmd(MiSession& session) {
 bool SimpleMiCmd::sendToOneEngine(MiSession& session) {
   if (!threadId.empty()) {
     std::string zubId, engineThreadId;
-    if (!session.threadIdTable.fromExtThreadId(threadId, zubId, engineThreadId)) {
-      reportInvalidThreadIdError(session.ctrl, threadId, cmdId_);
-      return true;
-    }
+    if (!findThread(session, threadId, zubId, engineThreadId)) return true;
     std::string text;
     replaceCmdThreadId(cmdText, "--thread " + engineThreadId, text);
     if (!session.ctrl.sendToZub(zubId, text)) return false;

@@ -38,6 +38,10 @@ class MiCmd {
  protected:
   // Sends the token, `record` and "\n" as one piece, then the prompt.
   void reply(MiSession& session, const std::string& record);
+  // The engine and engine thread of user thread `userThreadId`. False, with the invalid-thread
+  // error already sent to the user, for an id the session never gave out.
+  bool findThread(MiSession& session, const std::string& userThreadId, std::string& zubId,
+                  std::string& engineThreadId);
 
   std::string cmdId_;
 };

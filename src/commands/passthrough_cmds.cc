@@ -109,10 +109,7 @@ bool ZubCondPrintCmd::launchCmd(MiSession& session) {
   const std::string evaluate = cmdId() + "-data-evaluate-expression ";
   if (!threadId.empty()) {
     std::string zubId, engineThreadId;
-    if (!session.threadIdTable.fromExtThreadId(threadId, zubId, engineThreadId)) {
-      reportInvalidThreadIdError(session.ctrl, threadId, cmdId());
-      return true;
-    }
+    if (!findThread(session, threadId, zubId, engineThreadId)) return true;
     sendToGroup(session, zubId, evaluate + "--thread " + engineThreadId + " " + condition + "\n");
     if (!pendingZubIds.empty()) session.currentZubId = zubId;
     return true;

@@ -84,10 +84,7 @@ bool ThreadInfoCmd::launchCmd(MiSession& session) {
     return true;
   }
   std::string zubId, engineThreadId;
-  if (!session.threadIdTable.fromExtThreadId(userThreadId, zubId, engineThreadId)) {
-    reportInvalidThreadIdError(ctrl, userThreadId, cmdId());
-    return true;
-  }
+  if (!findThread(session, userThreadId, zubId, engineThreadId)) return true;
   // Only the thread is passed on; other options of the line are dropped.
   if (!ctrl.sendToZub(zubId, cmdId() + "-thread-info " + engineThreadId + "\n")) {
     LOG_AT(ctrl) << "Failed to send command to " << zubId;

@@ -42,10 +42,7 @@ bool VarCreateCmd::launchCmd(MiSession& session) {
   const bool byThread = !threadId.empty();
   if (byThread) {
     std::string engineThreadId;
-    if (!session.threadIdTable.fromExtThreadId(threadId, zubId, engineThreadId)) {
-      reportInvalidThreadIdError(ctrl, threadId, cmdId());
-      return true;
-    }
+    if (!findThread(session, threadId, zubId, engineThreadId)) return true;
     replaceCmdThreadId(cmdText, "--thread " + engineThreadId, line);
   } else if (!threadGroupId.empty()) {
     if (!ctrl.findZub(threadGroupId)) {
