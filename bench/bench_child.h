@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -106,3 +107,18 @@ class BenchChild {
   int fromChild = -1;
   std::string received;
 };
+
+// Compiles `source` (C) with -g -O0 into DIR/NAME; its path, or "" when the compiler fails.
+inline std::string buildProgram(const std::string& dir, const std::string& name,
+                                const std::string& source) {
+  std::ofstream(dir + "/" + name + ".c") << source;
+  const std::string program = dir + "/" + name;
+  const std::string build = "cc -g -O0 -o " + program + " " + program + ".c 2>/dev/null";
+  return system(build.c_str()) == 0 ? program : "";
+}
+
+// A program whose breakpoint at hit() is hit again on every continue, for as long as anyone asks.
+inline const char kLoopProgram[] =
+    "volatile unsigned long hits;\n"
+    "void hit(void) { hits++; }\n"
+    "int main(void) { for (;;) hit(); }\n";

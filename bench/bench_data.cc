@@ -32,15 +32,8 @@ namespace {
 
 const std::string kWem = WEM_BINARY_DIR "/bin/wem";
 const std::string kRequest = "3-data-list-register-values --thread 1 x\n";
-
 // A program whose breakpoint is hit once; it then waits there for as long as anyone asks.
-std::string buildProgram(const std::string& dir) {
-  const std::string source = dir + "/regs.c";
-  std::ofstream(source) << "void hit(void) {}\nint main(void) { hit(); return 0; }\n";
-  const std::string program = dir + "/regs";
-  if (system(("cc -g -O0 -o " + program + " " + source + " 2>/dev/null").c_str()) != 0) return "";
-  return program;
-}
+const char kRegsProgram[] = "void hit(void) {}\nint main(void) { hit(); return 0; }\n";
 
 // gdb, or the program on gdb. Reads `prefix`'s line (kept in `matched`) and then, with
 // `prompt`, the prompt after it ("(gdb) " from gdb itself).
@@ -114,7 +107,7 @@ void BM_RegisterValues(benchmark::State& state) {
   state.SetLabel(labels[state.range(0)]);
   char dirTemplate[] = "/tmp/bench_data_XXXXXX";
   const std::string dir = mkdtemp(dirTemplate);
-  const std::string program = buildProgram(dir);
+  const std::string program = buildProgram(dir, "regs", kRegsProgram);
   if (program.empty())
     state.SkipWithError("cannot build the program");
   else if (state.range(0) < 2)
@@ -133,7 +126,7 @@ void BM_RegisterValuesReply(benchmark::State& state) {
   state.SetLabel(cardKnown ? "card known" : "no card");
   char dirTemplate[] = "/tmp/bench_data_XXXXXX";
   const std::string dir = mkdtemp(dirTemplate);
-  const std::string program = buildProgram(dir);
+  const std::string program = buildProgram(dir, "regs", kRegsProgram);
   std::string names, values;
   {
     BenchChild gdb({"gdb", "--interpreter=mi", program}, {});

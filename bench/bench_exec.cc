@@ -116,23 +116,12 @@ void BM_ContinueStopCycleFakeEngines(benchmark::State& state) {
 }
 BENCHMARK(BM_ContinueStopCycleFakeEngines)->Unit(benchmark::kMicrosecond)->UseRealTime();
 
-// A program whose breakpoint is hit again on every continue, for as long as anyone asks.
-std::string buildLoopProgram(const std::string& dir) {
-  const std::string source = writeFile(dir + "/loop.c",
-                                       "volatile unsigned long hits;\n"
-                                       "void hit(void) { hits++; }\n"
-                                       "int main(void) { for (;;) hit(); }\n");
-  const std::string program = dir + "/loop";
-  if (system(("cc -g -O0 -o " + program + " " + source + " 2>/dev/null").c_str()) != 0) return "";
-  return program;
-}
-
 void BM_ContinueStopCycle(benchmark::State& state) {
   const bool throughWem = state.range(0) == 1;
   state.SetLabel(throughWem ? "through wem" : "gdb directly");
   char dirTemplate[] = "/tmp/bench_exec_XXXXXX";
   const std::string dir = mkdtemp(dirTemplate);
-  const std::string program = buildLoopProgram(dir);
+  const std::string program = buildProgram(dir, "loop", kLoopProgram);
   BenchChild child({throughWem ? kWem : "gdb", "--interpreter=mi", program},
                    {throughWem ? "ZUBC_HOST=gdb" : ""});
   const bool ready = !program.empty() && child.pid > 0 && child.write("1-break-insert hit\n") &&

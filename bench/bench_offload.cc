@@ -70,23 +70,14 @@ BENCHMARK(BM_OffloadAttach)
     ->UseManualTime()
     ->Unit(benchmark::kMillisecond);
 
-// A program whose breakpoint is hit again on every continue, for as long as anyone asks.
-std::string buildLoopProgram(const std::string& dir) {
-  std::ofstream(dir + "/loop.c") << "volatile unsigned long hits;\n"
-                                    "void hit(void) { hits++; }\n"
-                                    "int main(void) { for (;;) hit(); }\n";
-  const std::string program = dir + "/loop";
-  const std::string build = "cc -g -O0 -o " + program + " " + dir + "/loop.c 2>/dev/null";
-  return system(build.c_str()) == 0 ? program : "";
-}
-
 void BM_OffloadContinueStopCycle(benchmark::State& state) {
   const bool withCard = state.range(0) == 1;
   state.SetLabel(withCard ? "host and card engines" : "host engine only");
   if (cardRefused(state)) return;
   char dirTemplate[] = "/tmp/bench_offload_XXXXXX";
   const std::string dir = mkdtemp(dirTemplate);
-  const std::string program = withCard ? kBin + "offload_host" : buildLoopProgram(dir);
+  const std::string program =
+      withCard ? kBin + "offload_host" : buildProgram(dir, "loop", kLoopProgram);
   bool ready = !program.empty();
   {
     BenchChild wem(onCard(program), kEnv);
