@@ -9,6 +9,7 @@
 
 #include "base/log.h"
 #include "base/signals.h"
+#include "base/wakeup.h"
 
 namespace {
 
@@ -46,7 +47,9 @@ void closeBoth(const int fds[2]) {
 }  // namespace
 
 CtrlModule::CtrlModule(std::ostream& log, FILE* userIn, FILE* userOut)
-    : userIO(userIn, userOut, &userInput, &userOutput), log(log) {}
+    : userIO(userIn, userOut, &userInput, &userOutput), log(log) {
+  userInput.setWakeup(&mainWakeup);
+}
 
 CtrlModule::~CtrlModule() { userIO.stop(); }
 
@@ -126,6 +129,7 @@ bool CtrlModule::spawnZub(const char* file, const char** argv, const std::string
 
   boost::shared_ptr<ZubModule> zub(
       new ZubModule(fdopen(fromZub[0], "r"), fdopen(toZub[1], "w"), pid));
+  zub->zubOutput.setWakeup(&mainWakeup);
   zub->start();
   unsigned int number = 1;
   while (zubs.count(prefix + std::to_string(number)) != 0) ++number;
@@ -179,18 +183,37 @@ bool CtrlModule::receiveFromZub(const std::string& id, std::string& line) {
   boost::shared_ptr<ZubModule> zub = findZub(id);
   if (!zub) return false;
   for (;;) {
-    if (zub->zubOutput.tryTake(line)) {
+    if (tryReceiveFromZub(id, line)) {
       LOG_AT(*this) << id << " : " << line;
       return true;
     }
-    if (sigIntPending) return false;
-    usleep(10);
+    if (sigIntPending || zub->ended) return false;
+    mainWakeup.wait();
   }
 }
 
 bool CtrlModule::tryReceiveFromZub(const std::string& id, std::string& line) {
   boost::shared_ptr<ZubModule> zub = findZub(id);
-  return zub && zub->zubOutput.tryTake(line);
+  if (!zub) return false;
+  reportDroppedLines(*zub, id);
+  return zub->zubOutput.tryTake(line);
+}
+
+bool CtrlModule::tryReceiveFromUser(std::string& line) {
+  reportDroppedLines(userIO, "the user");
+  return userInput.tryTake(line);
+}
+
+bool CtrlModule::hasEnded(const std::string& id) const {
+  boost::shared_ptr<ZubModule> zub = findZub(id);
+  return zub && zub->ended && zub->zubOutput.size() == 0;
+}
+
+void CtrlModule::reportDroppedLines(IOModule& channel, const std::string& from) {
+  if (channel.droppedLines == 0) return;
+  const unsigned int count = channel.droppedLines.exchange(0);
+  LOG_AT(*this) << "Dropped " << count << " line(s) longer than " << IOModule::kLineLimit
+                << " bytes from " << from << ".";
 }
 
 void CtrlModule::removeZub(std::string id) {
@@ -237,5 +260,9 @@ void CtrlModule::sendToUser(const std::string& text) {
     return;
   }
   LOG_AT(*this) << "user: " << text;
-  userOutput.put(text);
+  // A user who stops reading must not keep a quit or terminate request from ending the session.
+  if (!userOutput.putUnless(text, [] { return sigQuitPending || sigTermPending; })) {
+    userStuck = true;
+    LOG_AT(*this) << "The user does not read; dropped the text above.";
+  }
 }

@@ -8,6 +8,7 @@
 
 #include "engine/io_module.h"
 #include "engine/shared_buffer.h"
+#include "base/wakeup.h"
 #include "engine/zub_module.h"
 
 // The only path to the engine processes, to the user and to the log. It starts each engine as a
@@ -50,13 +51,21 @@ class CtrlModule {
   bool sendSignalToZubs(const std::set<std::string>& ids, int sig);
 
   // Waits for the next line of an engine (logged); false at once for an unknown id, or when
-  // sigIntPending is set and no line is waiting (the flag stays set).
+  // sigIntPending is set or the engine's output has ended and no line is waiting (the flag
+  // stays set).
   bool receiveFromZub(const std::string& id, std::string& line);
   // The non-waiting, non-logging form for the session loop: false when no line is waiting or
   // the id is unknown, with `line` untouched.
   bool tryReceiveFromZub(const std::string& id, std::string& line);
   // The next user line, if one is waiting; `line` untouched otherwise.
-  bool tryReceiveFromUser(std::string& line) { return userInput.tryTake(line); }
+  bool tryReceiveFromUser(std::string& line);
+  // The engine's output has ended and every line of it has been taken.
+  bool hasEnded(const std::string& id) const;
+  // Sleeps until a line, an end of output or a signal may be waiting, or `limit` passes
+  // (negative: no limit). Callers look at every source first.
+  void waitForEvent(std::chrono::milliseconds limit = std::chrono::milliseconds(-1)) {
+    mainWakeup.wait(limit);
+  }
 
   // Waits (without limit, until a signal interrupts the wait, then kills the process group) for
   // the engine to end and forgets it. The caller makes the engine exit first.
@@ -64,13 +73,21 @@ class CtrlModule {
   void removeZubs(const std::set<std::string>& ids);
 
   // The only way text reaches the user; logged after "user: ", or after "muted: " and dropped
-  // while muted. The text carries its own newlines.
+  // while muted. The text carries its own newlines. While the user's queue is full it waits,
+  // unless a quit or terminate request is pending: then the text is dropped and `userStuck` set.
   void sendToUser(const std::string& text);
 
   // The registered engine, or null for an unknown id.
   boost::shared_ptr<ZubModule> findZub(const std::string& id) const;
 
+ private:
+  // Logs, once, the lines the channel dropped for their length.
+  void reportDroppedLines(IOModule& channel, const std::string& from);
+
+ public:
+
   bool muted = false;
+  bool userStuck = false;
   SharedBuffer<std::string> userInput{kUserInputCapacity};
   SharedBuffer<std::string> userOutput{kUserOutputCapacity};
   IOModule userIO;

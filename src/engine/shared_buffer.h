@@ -1,13 +1,18 @@
 #pragma once
 #include <pthread.h>
 
+#include <time.h>
+
 #include <cstddef>
 #include <deque>
 #include <utility>
 
+#include "base/wakeup.h"
+
 // A bounded queue between one producer thread and one consumer thread. Items leave in the order
 // they came. Once closed it stays closed: nothing more is put or handed out and nobody waits on it.
-// Every operation holds the buffer's own mutex for its whole duration.
+// Every operation holds the buffer's own mutex for its whole duration. A consumer that sleeps on a
+// Wakeup instead of on the buffer names it with setWakeup: a put into the empty buffer notifies it.
 template <typename T>
 class SharedBuffer {
  public:
@@ -26,13 +31,34 @@ class SharedBuffer {
   SharedBuffer(const SharedBuffer&) = delete;
   SharedBuffer& operator=(const SharedBuffer&) = delete;
 
+  // Set before the producer starts.
+  void setWakeup(Wakeup* consumer) { wakeup = consumer; }
+
   // Waits while the buffer is full; an item put into a closed buffer is dropped silently.
   void put(T item) {
     Lock lock(mutex);
     while (!closed && items.size() >= capacity) pthread_cond_wait(&notFull, &mutex);
-    if (closed) return;
-    items.push_back(std::move(item));
-    pthread_cond_signal(&notEmpty);
+    append(std::move(item));
+  }
+
+  // put() for a producer that must be able to give up: while the buffer is full, `giveUp()` is
+  // asked every 10 milliseconds, and when it says so the item is dropped and false returned.
+  template <typename GiveUp>
+  bool putUnless(T item, GiveUp giveUp) {
+    Lock lock(mutex);
+    while (!closed && items.size() >= capacity) {
+      if (giveUp()) return false;
+      timespec limit;
+      clock_gettime(CLOCK_REALTIME, &limit);
+      limit.tv_nsec += 10000000;
+      if (limit.tv_nsec >= 1000000000) {
+        limit.tv_nsec -= 1000000000;
+        ++limit.tv_sec;
+      }
+      pthread_cond_timedwait(&notFull, &mutex, &limit);
+    }
+    append(std::move(item));
+    return true;
   }
 
   // Waits while the buffer is empty; false, with `item` untouched, once it is closed.
@@ -67,6 +93,11 @@ class SharedBuffer {
     return items.size();
   }
 
+  // Tells the consumer to look again without putting anything (the producer has ended).
+  void wakeConsumer() {
+    if (wakeup != nullptr) wakeup->notify();
+  }
+
  private:
   class Lock {
    public:
@@ -80,6 +111,15 @@ class SharedBuffer {
   };
 
   // Caller holds the mutex.
+  void append(T item) {
+    if (closed) return;
+    const bool wasEmpty = items.empty();
+    items.push_back(std::move(item));
+    pthread_cond_signal(&notEmpty);
+    if (wasEmpty && wakeup != nullptr) wakeup->notify();
+  }
+
+  // Caller holds the mutex.
   bool popFront(T& item) {
     if (closed || items.empty()) return false;
     item = std::move(items.front());
@@ -90,6 +130,7 @@ class SharedBuffer {
 
   bool closed = false;
   const unsigned int capacity;
+  Wakeup* wakeup = nullptr;
   mutable pthread_mutex_t mutex;
   pthread_cond_t notEmpty;
   pthread_cond_t notFull;

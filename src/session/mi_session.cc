@@ -10,14 +10,6 @@
 #include "engine/ctrl_module.h"
 #include "match/output_matchers.h"
 
-namespace {
-
-// Polling periods: idle between user lines, and while a command waits for engines.
-constexpr useconds_t kIdlePeriodUs = 1000;
-constexpr useconds_t kRunningPeriodUs = 100;
-
-}  // namespace
-
 MiSession::MiSession(CtrlModule& ctrl, Options& options) : ctrl(ctrl), options(options) {}
 
 MiSession::~MiSession() = default;
@@ -42,7 +34,8 @@ void MiSession::start(const char** argv) {
     if (sigQuitPending || sigTermPending) return;
     checkInputFromUser();
     if (commandQueue.empty()) {
-      usleep(kIdlePeriodUs);
+      // Nothing to do until a user line, a signal or an engine's end comes.
+      if (ctrl.userInput.size() == 0) ctrl.waitForEvent();
     } else {
       // Our own reference keeps the command alive while lines queued meanwhile grow the queue.
       MiCmdPtr cmd = commandQueue.front();
@@ -77,12 +70,16 @@ bool MiSession::runCmd(MiCmd& cmd) {
     }
     // A terminate request waits until the command has finished; a quit does not.
     if (sigQuitPending) return false;
+    // A user who no longer reads cannot see the command end: a terminate request ends it now.
+    if (sigTermPending && ctrl.userStuck) return false;
     checkInputFromUser();
     if (!checkOutputOfZubs(cmd)) {
       LOG_AT(ctrl) << "'checkOutputOfZubs' failed.";
       return false;
     }
-    usleep(kRunningPeriodUs);
+    if (cmd.isFinished()) break;
+    // "-exec-interrupt" sets the flag from this thread, without a wake-up.
+    if (!sigIntPending) ctrl.waitForEvent();
   }
   return true;
 }
