@@ -64,6 +64,7 @@ void CtrlModule::stop() {
   std::set<std::string> ids;
   getZubIds(ids);
   for (const std::string& id : ids) removeZub(id);
+  flushUserOutput();
   // Stopping drops queued text; the last replies must reach the user first.
   if (userIO.isStarted()) userIO.drainOutput(std::chrono::seconds(1));
   userIO.stop();
@@ -141,7 +142,10 @@ bool CtrlModule::spawnZub(const char* file, const char** argv, const std::string
 bool CtrlModule::sendToZub(const std::string& id, const std::string& text) {
   boost::shared_ptr<ZubModule> zub = findZub(id);
   if (!zub) return false;
-  zub->zubInput.put(text);
+  flushUserOutput();  // the replies so far go out before a wait for a full engine queue
+  std::vector<std::string> batch{text};
+  zub->writeNow(batch);
+  zub->zubInput.putAll(batch);
   LOG_AT(*this) << id << " : " << text;
   return true;
 }
@@ -196,7 +200,11 @@ bool CtrlModule::tryReceiveFromZub(const std::string& id, std::string& line) {
   boost::shared_ptr<ZubModule> zub = findZub(id);
   if (!zub) return false;
   reportDroppedLines(*zub, id);
-  return zub->zubOutput.tryTake(line);
+  // One lock for every line waiting; the rest stay here, in order, for the next calls.
+  if (zub->taken.empty() && !zub->zubOutput.takeAll(zub->taken)) return false;
+  line = std::move(zub->taken.front());
+  zub->taken.pop_front();
+  return true;
 }
 
 bool CtrlModule::tryReceiveFromUser(std::string& line) {
@@ -206,7 +214,7 @@ bool CtrlModule::tryReceiveFromUser(std::string& line) {
 
 bool CtrlModule::hasEnded(const std::string& id) const {
   boost::shared_ptr<ZubModule> zub = findZub(id);
-  return zub && zub->ended && zub->zubOutput.size() == 0;
+  return zub && zub->ended && zub->taken.empty() && zub->zubOutput.size() == 0;
 }
 
 void CtrlModule::reportDroppedLines(IOModule& channel, const std::string& from) {
@@ -229,6 +237,7 @@ void CtrlModule::removeZub(std::string id) {
     return;
   }
   const boost::shared_ptr<ZubModule> zub = it->second;
+  flushUserOutput();
   {
     // The wait has no limit of its own: a user's signal breaks it and the engine is killed.
     InterruptibleWaits interruptible;
@@ -260,9 +269,22 @@ void CtrlModule::sendToUser(const std::string& text) {
     return;
   }
   LOG_AT(*this) << "user: " << text;
+  userPending.push_back(text);
+  if (userPending.size() >= kUserBatch) flushUserOutput();
+}
+
+void CtrlModule::flushUserOutput() {
+  if (userPending.empty()) return;
+  userIO.writeNow(userPending);
   // A user who stops reading must not keep a quit or terminate request from ending the session.
-  if (!userOutput.putUnless(text, [] { return sigQuitPending || sigTermPending; })) {
+  if (!userOutput.putAllUnless(userPending, [] { return sigQuitPending || sigTermPending; })) {
     userStuck = true;
-    LOG_AT(*this) << "The user does not read; dropped the text above.";
+    LOG_AT(*this) << "The user does not read; dropped what was left for the user.";
   }
+  userPending.clear();
+}
+
+void CtrlModule::waitForEvent(std::chrono::milliseconds limit) {
+  flushUserOutput();
+  mainWakeup.wait(limit);
 }

@@ -5,10 +5,11 @@
 #include <ostream>
 #include <set>
 #include <string>
+#include <vector>
 
+#include "base/wakeup.h"
 #include "engine/io_module.h"
 #include "engine/shared_buffer.h"
-#include "base/wakeup.h"
 #include "engine/zub_module.h"
 
 // The only path to the engine processes, to the user and to the log. It starts each engine as a
@@ -20,6 +21,7 @@ class CtrlModule {
  public:
   static constexpr unsigned int kUserInputCapacity = 1;
   static constexpr unsigned int kUserOutputCapacity = 1000;
+  static constexpr std::size_t kUserBatch = 256;
 
   // The user channel reads `userIn` and writes `userOut` (standard input and output in the
   // program; tests hand in pipes).
@@ -63,9 +65,8 @@ class CtrlModule {
   bool hasEnded(const std::string& id) const;
   // Sleeps until a line, an end of output or a signal may be waiting, or `limit` passes
   // (negative: no limit). Callers look at every source first.
-  void waitForEvent(std::chrono::milliseconds limit = std::chrono::milliseconds(-1)) {
-    mainWakeup.wait(limit);
-  }
+  // Hands the user's text to the writer first.
+  void waitForEvent(std::chrono::milliseconds limit = std::chrono::milliseconds(-1));
 
   // Waits (without limit, until a signal interrupts the wait, then kills the process group) for
   // the engine to end and forgets it. The caller makes the engine exit first.
@@ -73,9 +74,13 @@ class CtrlModule {
   void removeZubs(const std::set<std::string>& ids);
 
   // The only way text reaches the user; logged after "user: ", or after "muted: " and dropped
-  // while muted. The text carries its own newlines. While the user's queue is full it waits,
-  // unless a quit or terminate request is pending: then the text is dropped and `userStuck` set.
+  // while muted. The text carries its own newlines. It is gathered on this thread and handed
+  // to the writer in batches: before the main thread waits for anything, and at most
+  // kUserBatch texts at a time.
   void sendToUser(const std::string& text);
+  // Hands the gathered text to the writer. While the user's queue is full it waits, unless a
+  // quit or terminate request is pending: then the text is dropped and `userStuck` set.
+  void flushUserOutput();
 
   // The registered engine, or null for an unknown id.
   boost::shared_ptr<ZubModule> findZub(const std::string& id) const;
@@ -85,7 +90,7 @@ class CtrlModule {
   void reportDroppedLines(IOModule& channel, const std::string& from);
 
  public:
-
+  std::vector<std::string> userPending;
   bool muted = false;
   bool userStuck = false;
   SharedBuffer<std::string> userInput{kUserInputCapacity};

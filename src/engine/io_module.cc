@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
+#include <vector>
 
 namespace {
 
@@ -86,6 +87,31 @@ bool IOModule::drainOutput(std::chrono::milliseconds limit) {
   return true;
 }
 
+void IOModule::writeNow(std::vector<std::string>& batch) {
+  if (!started || batch.empty()) return;
+  const int fd = fileno(output);
+  outputBuffer->runIfIdle([&] {
+    // One write for all of it; what does not go out now stays as one item.
+    std::string text;
+    for (const std::string& item : batch) text += item;
+    batch.clear();
+    const bool blocking = (fcntl(fd, F_GETFL) & O_NONBLOCK) == 0;
+    std::size_t done = 0;
+    while (done < text.size()) {
+      if (blocking) {
+        pollfd entry = {fd, POLLOUT, 0};
+        if (poll(&entry, 1, 0) != 1 || (entry.revents & POLLOUT) == 0) break;
+      }
+      const std::size_t size = text.size() - done;
+      const ssize_t count =
+          write(fd, text.data() + done, blocking && size > PIPE_BUF ? PIPE_BUF : size);
+      if (count <= 0) break;
+      done += count;
+    }
+    if (done < text.size()) batch.push_back(text.substr(done));
+  });
+}
+
 void* IOModule::runReader(void* module) {
   IOModule* self = static_cast<IOModule*>(module);
   SharedBuffer<std::string>& buffer = *self->inputBuffer;
@@ -93,6 +119,7 @@ void* IOModule::runReader(void* module) {
   std::string line;
   bool dropping = false;  // inside a line that is too long: skip to its end
   char bytes[kReadSize];
+  std::vector<std::string> lines;  // the complete lines of one read, queued together
   for (;;) {
     if (buffer.isClosed()) return nullptr;
     if (!waitFor(fd, POLLIN, self->stopFd)) break;
@@ -119,12 +146,14 @@ void* IOModule::runReader(void* module) {
         if (dropping)
           ++self->droppedLines;
         else
-          buffer.put(std::move(line));
+          lines.push_back(std::move(line));
         line.clear();
         dropping = false;
       }
       next = stop;
     }
+    buffer.putAll(lines);
+    lines.clear();
   }
   return nullptr;
 }

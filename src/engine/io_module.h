@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdio>
 #include <string>
+#include <vector>
 
 #include "engine/shared_buffer.h"
 
@@ -40,6 +41,12 @@ class IOModule {
 
   bool isStarted() const { return started; }
 
+  // Writes the front items of `batch` from the calling thread, when the writer has nothing
+  // queued or in hand and the descriptor takes them without waiting; the items written (and
+  // the written part of a partly written one) leave `batch`. What is left goes to the writer's
+  // queue as usual. It spares the writer's wake-up on the path of every reply.
+  void writeNow(std::vector<std::string>& batch);
+
   // The reader has seen end of file or a read error: the buffer gets no more lines.
   std::atomic<bool> ended{false};
   // Lines dropped for being longer than kLineLimit.
@@ -56,6 +63,6 @@ class IOModule {
   SharedBuffer<std::string>* outputBuffer;
   pthread_t reader{};
   pthread_t writer{};
-  int stopFd = -1;  // readable once stop() has begun
+  int stopFd = -1;                   // readable once stop() has begun
   std::atomic<bool> writing{false};  // the writer holds text it has not written yet
 };

@@ -1,6 +1,5 @@
 #pragma once
 #include <pthread.h>
-
 #include <time.h>
 
 #include <cstddef>
@@ -41,6 +40,45 @@ class SharedBuffer {
     append(std::move(item));
   }
 
+  // put() for each item in order, with one wake-up of the consumer for all of them.
+  template <typename Items>
+  void putAll(Items& batch) {
+    putAllUnless(batch, [] { return false; });
+  }
+
+  // putAll() for a producer that must be able to give up: while the buffer is full, `giveUp()`
+  // is asked every 10 milliseconds, and when it says so the items left are dropped and false
+  // returned.
+  template <typename Items, typename GiveUp>
+  bool putAllUnless(Items& batch, GiveUp giveUp) {
+    Lock lock(mutex);
+    for (T& item : batch) {
+      if (!closed && items.size() >= capacity) {
+        pthread_cond_signal(&notEmpty);
+        while (!closed && items.size() >= capacity) {
+          if (giveUp()) return false;
+          waitNotFullFor10Ms();
+        }
+      }
+      if (closed) break;
+      if (items.empty() && wakeup != nullptr) wakeup->notify();
+      items.push_back(std::move(item));
+    }
+    pthread_cond_signal(&notEmpty);
+    return true;
+  }
+
+  // Moves every queued item to the back of `out`, in order; false when there was none.
+  template <typename Items>
+  bool takeAll(Items& out) {
+    Lock lock(mutex);
+    if (closed || items.empty()) return false;
+    for (T& item : items) out.push_back(std::move(item));
+    items.clear();
+    pthread_cond_broadcast(&notFull);
+    return true;
+  }
+
   // put() for a producer that must be able to give up: while the buffer is full, `giveUp()` is
   // asked every 10 milliseconds, and when it says so the item is dropped and false returned.
   template <typename GiveUp>
@@ -48,24 +86,31 @@ class SharedBuffer {
     Lock lock(mutex);
     while (!closed && items.size() >= capacity) {
       if (giveUp()) return false;
-      timespec limit;
-      clock_gettime(CLOCK_REALTIME, &limit);
-      limit.tv_nsec += 10000000;
-      if (limit.tv_nsec >= 1000000000) {
-        limit.tv_nsec -= 1000000000;
-        ++limit.tv_sec;
-      }
-      pthread_cond_timedwait(&notFull, &mutex, &limit);
+      waitNotFullFor10Ms();
     }
     append(std::move(item));
     return true;
   }
 
   // Waits while the buffer is empty; false, with `item` untouched, once it is closed.
+  // A consumer that calls it again has finished with the item it took before (see runIfIdle).
   bool take(T& item) {
     Lock lock(mutex);
+    consumerBusy = false;
     while (!closed && items.empty()) pthread_cond_wait(&notEmpty, &mutex);
-    return popFront(item);
+    consumerBusy = popFront(item);
+    return consumerBusy;
+  }
+
+  // Runs `work` under the buffer's mutex, and only when nothing is queued and the consumer is
+  // waiting in take() with nothing in hand: then the producer may do the consumer's work itself
+  // without overtaking anything. True when `work` ran.
+  template <typename Work>
+  bool runIfIdle(Work work) {
+    Lock lock(mutex);
+    if (closed || !items.empty() || consumerBusy) return false;
+    work();
+    return true;
   }
 
   // False, with `item` untouched, when the buffer is empty or closed.
@@ -111,6 +156,18 @@ class SharedBuffer {
   };
 
   // Caller holds the mutex.
+  void waitNotFullFor10Ms() {
+    timespec limit;
+    clock_gettime(CLOCK_REALTIME, &limit);
+    limit.tv_nsec += 10000000;
+    if (limit.tv_nsec >= 1000000000) {
+      limit.tv_nsec -= 1000000000;
+      ++limit.tv_sec;
+    }
+    pthread_cond_timedwait(&notFull, &mutex, &limit);
+  }
+
+  // Caller holds the mutex.
   void append(T item) {
     if (closed) return;
     const bool wasEmpty = items.empty();
@@ -129,6 +186,7 @@ class SharedBuffer {
   }
 
   bool closed = false;
+  bool consumerBusy = false;  // the consumer holds an item from take() that it has not finished
   const unsigned int capacity;
   Wakeup* wakeup = nullptr;
   mutable pthread_mutex_t mutex;

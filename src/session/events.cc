@@ -1,9 +1,8 @@
 #include <unistd.h>
 
-#include <chrono>
-
 #include <boost/algorithm/string/replace.hpp>
 #include <boost/make_shared.hpp>
+#include <chrono>
 
 #include "base/log.h"
 #include "engine/ctrl_module.h"

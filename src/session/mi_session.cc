@@ -94,6 +94,7 @@ bool MiSession::runCmd(MiCmd& cmd) {
     // "-exec-interrupt" sets the flag from this thread, without a wake-up.
     if (!sigIntPending) ctrl.waitForEvent();
   }
+  ctrl.flushUserOutput();
   return true;
 }
 
@@ -162,8 +163,7 @@ void MiSession::handleZubEnded(const std::string& zubId) {
   LOG_BLANK_AT(ctrl) << "The output of " << zubId << " has ended.";
   threadGroups.erase(zubId);
   ctrl.removeZub(zubId);
-  if (zubId.rfind("vek", 0) != 0)
-    ctrl.sendToUser("=thread-group-exited,id=\"" + zubId + "\"\n");
+  if (zubId.rfind("vek", 0) != 0) ctrl.sendToUser("=thread-group-exited,id=\"" + zubId + "\"\n");
   if (zubId == currentZubId) {
     std::set<std::string> remaining;
     ctrl.getZubIds(remaining);
