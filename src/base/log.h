@@ -11,6 +11,7 @@ class QuietStream : public std::ostream {
   class QuietBuffer : public std::streambuf {
    protected:
     int overflow(int c) override;
+    std::streamsize xsputn(const char*, std::streamsize count) override { return count; }
   };
 
   QuietStream();

@@ -1,12 +1,23 @@
 #include "base/signals.h"
 
+#include "base/wakeup.h"
+
 volatile bool sigIntPending = false;
 volatile bool sigQuitPending = false;
 volatile bool sigTermPending = false;
 
-void sigIntHandler(int) { sigIntPending = true; }
-void sigQuitHandler(int) { sigQuitPending = true; }
-void sigTermHandler(int) { sigTermPending = true; }
+void sigIntHandler(int) {
+  sigIntPending = true;
+  mainWakeup.notify();
+}
+void sigQuitHandler(int) {
+  sigQuitPending = true;
+  mainWakeup.notify();
+}
+void sigTermHandler(int) {
+  sigTermPending = true;
+  mainWakeup.notify();
+}
 
 namespace {
 

@@ -7,7 +7,7 @@ extern volatile bool sigIntPending;
 extern volatile bool sigQuitPending;
 extern volatile bool sigTermPending;
 
-// Each only sets its flag.
+// Each sets its flag and wakes the main thread.
 void sigIntHandler(int);
 void sigQuitHandler(int);
 void sigTermHandler(int);

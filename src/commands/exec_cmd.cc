@@ -246,3 +246,17 @@ bool ExecCmd::reportFinalStop(MiSession& session) {
   session.ctrl.sendToUser(text + "\n");
   return true;
 }
+
+void ExecCmd::zubEnded(MiSession& session, const std::string& zubId) {
+  const bool waited = pendingZubIds.erase(zubId) + runningZubIds.erase(zubId) != 0;
+  stopRecords.erase(zubId);
+  errorResults.erase(zubId);
+  if (firstStoppedZubId == zubId)
+    firstStoppedZubId = stopRecords.empty() ? "" : stopRecords.begin()->first;
+  if (!waited) return;
+  if (pendingZubIds.empty() && runningZubIds.empty()) {
+    stateAllStopped(session);
+    return;
+  }
+  interruptCmd(session);
+}

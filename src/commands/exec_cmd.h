@@ -25,6 +25,9 @@ class ExecCmd : public MiCmd {
   // Signals SIGINT to every engine still running; each reports its stop in due course.
   bool interruptCmd(MiSession& session) override;
   bool isFinished() const override { return pendingZubIds.empty() && runningZubIds.empty(); }
+  // An engine that ended counts as stopped without a record: the others are interrupted as after
+  // a first stop, and the combined stop is theirs ("Internal error" when none is left).
+  void zubEnded(MiSession& session, const std::string& zubId) override;
 
   // The engine whose stop record the final "*stopped" reports: the first one that stopped, or
   // "i1" when the host program exited.

@@ -154,3 +154,7 @@ bool NotImplementedCmd::handleResponse(MiSession&, const std::string&, const std
 }
 
 bool NotImplementedCmd::interruptCmd(MiSession&) { return true; }
+
+void SimpleMiCmd::zubEnded(MiSession& session, const std::string& zubId) {
+  if (pendingZubIds.erase(zubId) != 0 && pendingZubIds.empty()) replyToUser(session);
+}

@@ -25,6 +25,12 @@ class MiCmd {
                               const std::string& line) = 0;
   virtual bool interruptCmd(MiSession& session) = 0;
   virtual bool isFinished() const = 0;
+  // Engine `zubId` has ended (its output closed) and is gone: the command stops waiting for it
+  // and finishes as the engines that are left allow.
+  virtual void zubEnded(MiSession& session, const std::string& zubId) {
+    (void)session;
+    (void)zubId;
+  }
   virtual ~MiCmd() = default;
 
   // The token (leading digits), possibly empty; every reply to the user starts with it.
@@ -58,6 +64,8 @@ class SimpleMiCmd : public MiCmd {
   // Signals SIGINT to every engine still pending; the command keeps waiting for their results.
   bool interruptCmd(MiSession& session) override;
   bool isFinished() const override { return pendingZubIds.empty(); }
+  // The reply comes when the ended engine was the last one it waited for.
+  void zubEnded(MiSession& session, const std::string& zubId) override;
   virtual bool replyToUser(MiSession& session) = 0;
 
   bool forwardConsoleOutput = false;

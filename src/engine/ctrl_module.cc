@@ -9,6 +9,7 @@
 
 #include "base/log.h"
 #include "base/signals.h"
+#include "base/wakeup.h"
 
 namespace {
 
@@ -46,7 +47,9 @@ void closeBoth(const int fds[2]) {
 }  // namespace
 
 CtrlModule::CtrlModule(std::ostream& log, FILE* userIn, FILE* userOut)
-    : userIO(userIn, userOut, &userInput, &userOutput), log(log) {}
+    : userIO(userIn, userOut, &userInput, &userOutput), log(log) {
+  userInput.setWakeup(&mainWakeup);
+}
 
 CtrlModule::~CtrlModule() { userIO.stop(); }
 
@@ -61,6 +64,7 @@ void CtrlModule::stop() {
   std::set<std::string> ids;
   getZubIds(ids);
   for (const std::string& id : ids) removeZub(id);
+  flushUserOutput();
   // Stopping drops queued text; the last replies must reach the user first.
   if (userIO.isStarted()) userIO.drainOutput(std::chrono::seconds(1));
   userIO.stop();
@@ -126,6 +130,7 @@ bool CtrlModule::spawnZub(const char* file, const char** argv, const std::string
 
   boost::shared_ptr<ZubModule> zub(
       new ZubModule(fdopen(fromZub[0], "r"), fdopen(toZub[1], "w"), pid));
+  zub->zubOutput.setWakeup(&mainWakeup);
   zub->start();
   unsigned int number = 1;
   while (zubs.count(prefix + std::to_string(number)) != 0) ++number;
@@ -137,7 +142,10 @@ bool CtrlModule::spawnZub(const char* file, const char** argv, const std::string
 bool CtrlModule::sendToZub(const std::string& id, const std::string& text) {
   boost::shared_ptr<ZubModule> zub = findZub(id);
   if (!zub) return false;
-  zub->zubInput.put(text);
+  flushUserOutput();  // the replies so far go out before a wait for a full engine queue
+  std::vector<std::string> batch{text};
+  zub->writeNow(batch);
+  zub->zubInput.putAll(batch);
   LOG_AT(*this) << id << " : " << text;
   return true;
 }
@@ -179,18 +187,41 @@ bool CtrlModule::receiveFromZub(const std::string& id, std::string& line) {
   boost::shared_ptr<ZubModule> zub = findZub(id);
   if (!zub) return false;
   for (;;) {
-    if (zub->zubOutput.tryTake(line)) {
+    if (tryReceiveFromZub(id, line)) {
       LOG_AT(*this) << id << " : " << line;
       return true;
     }
-    if (sigIntPending) return false;
-    usleep(10);
+    if (sigIntPending || zub->ended) return false;
+    mainWakeup.wait();
   }
 }
 
 bool CtrlModule::tryReceiveFromZub(const std::string& id, std::string& line) {
   boost::shared_ptr<ZubModule> zub = findZub(id);
-  return zub && zub->zubOutput.tryTake(line);
+  if (!zub) return false;
+  reportDroppedLines(*zub, id);
+  // One lock for every line waiting; the rest stay here, in order, for the next calls.
+  if (zub->taken.empty() && !zub->zubOutput.takeAll(zub->taken)) return false;
+  line = std::move(zub->taken.front());
+  zub->taken.pop_front();
+  return true;
+}
+
+bool CtrlModule::tryReceiveFromUser(std::string& line) {
+  reportDroppedLines(userIO, "the user");
+  return userInput.tryTake(line);
+}
+
+bool CtrlModule::hasEnded(const std::string& id) const {
+  boost::shared_ptr<ZubModule> zub = findZub(id);
+  return zub && zub->ended && zub->taken.empty() && zub->zubOutput.size() == 0;
+}
+
+void CtrlModule::reportDroppedLines(IOModule& channel, const std::string& from) {
+  if (channel.droppedLines == 0) return;
+  const unsigned int count = channel.droppedLines.exchange(0);
+  LOG_AT(*this) << "Dropped " << count << " line(s) longer than " << IOModule::kLineLimit
+                << " bytes from " << from << ".";
 }
 
 void CtrlModule::removeZub(std::string id) {
@@ -206,6 +237,7 @@ void CtrlModule::removeZub(std::string id) {
     return;
   }
   const boost::shared_ptr<ZubModule> zub = it->second;
+  flushUserOutput();
   {
     // The wait has no limit of its own: a user's signal breaks it and the engine is killed.
     InterruptibleWaits interruptible;
@@ -237,5 +269,22 @@ void CtrlModule::sendToUser(const std::string& text) {
     return;
   }
   LOG_AT(*this) << "user: " << text;
-  userOutput.put(text);
+  userPending.push_back(text);
+  if (userPending.size() >= kUserBatch) flushUserOutput();
+}
+
+void CtrlModule::flushUserOutput() {
+  if (userPending.empty()) return;
+  userIO.writeNow(userPending);
+  // A user who stops reading must not keep a quit or terminate request from ending the session.
+  if (!userOutput.putAllUnless(userPending, [] { return sigQuitPending || sigTermPending; })) {
+    userStuck = true;
+    LOG_AT(*this) << "The user does not read; dropped what was left for the user.";
+  }
+  userPending.clear();
+}
+
+void CtrlModule::waitForEvent(std::chrono::milliseconds limit) {
+  flushUserOutput();
+  mainWakeup.wait(limit);
 }

@@ -5,7 +5,9 @@
 #include <ostream>
 #include <set>
 #include <string>
+#include <vector>
 
+#include "base/wakeup.h"
 #include "engine/io_module.h"
 #include "engine/shared_buffer.h"
 #include "engine/zub_module.h"
@@ -19,6 +21,7 @@ class CtrlModule {
  public:
   static constexpr unsigned int kUserInputCapacity = 1;
   static constexpr unsigned int kUserOutputCapacity = 1000;
+  static constexpr std::size_t kUserBatch = 256;
 
   // The user channel reads `userIn` and writes `userOut` (standard input and output in the
   // program; tests hand in pipes).
@@ -50,13 +53,20 @@ class CtrlModule {
   bool sendSignalToZubs(const std::set<std::string>& ids, int sig);
 
   // Waits for the next line of an engine (logged); false at once for an unknown id, or when
-  // sigIntPending is set and no line is waiting (the flag stays set).
+  // sigIntPending is set or the engine's output has ended and no line is waiting (the flag
+  // stays set).
   bool receiveFromZub(const std::string& id, std::string& line);
   // The non-waiting, non-logging form for the session loop: false when no line is waiting or
   // the id is unknown, with `line` untouched.
   bool tryReceiveFromZub(const std::string& id, std::string& line);
   // The next user line, if one is waiting; `line` untouched otherwise.
-  bool tryReceiveFromUser(std::string& line) { return userInput.tryTake(line); }
+  bool tryReceiveFromUser(std::string& line);
+  // The engine's output has ended and every line of it has been taken.
+  bool hasEnded(const std::string& id) const;
+  // Sleeps until a line, an end of output or a signal may be waiting, or `limit` passes
+  // (negative: no limit). Callers look at every source first.
+  // Hands the user's text to the writer first.
+  void waitForEvent(std::chrono::milliseconds limit = std::chrono::milliseconds(-1));
 
   // Waits (without limit, until a signal interrupts the wait, then kills the process group) for
   // the engine to end and forgets it. The caller makes the engine exit first.
@@ -64,13 +74,25 @@ class CtrlModule {
   void removeZubs(const std::set<std::string>& ids);
 
   // The only way text reaches the user; logged after "user: ", or after "muted: " and dropped
-  // while muted. The text carries its own newlines.
+  // while muted. The text carries its own newlines. It is gathered on this thread and handed
+  // to the writer in batches: before the main thread waits for anything, and at most
+  // kUserBatch texts at a time.
   void sendToUser(const std::string& text);
+  // Hands the gathered text to the writer. While the user's queue is full it waits, unless a
+  // quit or terminate request is pending: then the text is dropped and `userStuck` set.
+  void flushUserOutput();
 
   // The registered engine, or null for an unknown id.
   boost::shared_ptr<ZubModule> findZub(const std::string& id) const;
 
+ private:
+  // Logs, once, the lines the channel dropped for their length.
+  void reportDroppedLines(IOModule& channel, const std::string& from);
+
+ public:
+  std::vector<std::string> userPending;
   bool muted = false;
+  bool userStuck = false;
   SharedBuffer<std::string> userInput{kUserInputCapacity};
   SharedBuffer<std::string> userOutput{kUserOutputCapacity};
   IOModule userIO;

@@ -1,17 +1,35 @@
 #include "engine/io_module.h"
 
+#include <fcntl.h>
+#include <limits.h>
+#include <poll.h>
 #include <signal.h>
-#include <sys/select.h>
+#include <sys/eventfd.h>
 #include <time.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdint>
+#include <cstring>
+#include <vector>
 
 namespace {
 
-// How long a thread waits for its descriptor before it looks at its buffer again.
-constexpr timespec kPollLimit = {0, 1000000};
-constexpr std::size_t kReadSize = 2048;
+constexpr std::size_t kReadSize = 16384;
+
+// Sleeps until `fd` is ready for `events` or `stopFd` is readable; true for the former.
+bool waitFor(int fd, short events, int stopFd) {
+  for (;;) {
+    pollfd entries[2] = {{fd, events, 0}, {stopFd, POLLIN, 0}};
+    const int ready = poll(entries, 2, -1);
+    if (ready < 0) {
+      if (errno == EINTR) continue;
+      return false;
+    }
+    if (entries[1].revents != 0) return false;
+    if (entries[0].revents != 0) return true;
+  }
+}
 
 }  // namespace
 
@@ -20,6 +38,7 @@ IOModule::IOModule(FILE* input, FILE* output, SharedBuffer<std::string>* inputBu
     : input(input), output(output), inputBuffer(inputBuffer), outputBuffer(outputBuffer) {}
 
 IOModule::~IOModule() {
+  if (stopFd >= 0) close(stopFd);
   input = nullptr;
   output = nullptr;
 }
@@ -27,8 +46,11 @@ IOModule::~IOModule() {
 void IOModule::start() {
   if (started) return;
   started = true;
+  ended = false;
+  if (stopFd >= 0) close(stopFd);
+  stopFd = eventfd(0, EFD_CLOEXEC);
   // The threads inherit this mask: the user's signals must interrupt the main thread, never
-  // land in a thread that only polls.
+  // land in a thread that only moves bytes.
   sigset_t blocked;
   sigset_t previous;
   sigemptyset(&blocked);
@@ -43,6 +65,8 @@ void IOModule::start() {
 
 void IOModule::stop() {
   if (!started) return;
+  const uint64_t one = 1;
+  [[maybe_unused]] const ssize_t written = write(stopFd, &one, sizeof one);
   inputBuffer->close();
   outputBuffer->close();
   pthread_join(reader, nullptr);
@@ -51,15 +75,41 @@ void IOModule::stop() {
 }
 
 bool IOModule::drainOutput(std::chrono::milliseconds limit) {
+  constexpr timespec kPeriod = {0, 1000000};
   const auto deadline = std::chrono::steady_clock::now() + limit;
   // An item is off the queue a moment before the writer marks itself writing, so idleness
-  // counts only when seen twice, one poll period apart.
+  // counts only when seen twice, one period apart. Only shutdown waits here.
   for (int idleSeen = 0; idleSeen < 2;) {
     idleSeen = outputBuffer->size() == 0 && !writing ? idleSeen + 1 : 0;
     if (std::chrono::steady_clock::now() > deadline) return false;
-    nanosleep(&kPollLimit, nullptr);
+    nanosleep(&kPeriod, nullptr);
   }
   return true;
+}
+
+void IOModule::writeNow(std::vector<std::string>& batch) {
+  if (!started || batch.empty()) return;
+  const int fd = fileno(output);
+  outputBuffer->runIfIdle([&] {
+    // One write for all of it; what does not go out now stays as one item.
+    std::string text;
+    for (const std::string& item : batch) text += item;
+    batch.clear();
+    const bool blocking = (fcntl(fd, F_GETFL) & O_NONBLOCK) == 0;
+    std::size_t done = 0;
+    while (done < text.size()) {
+      if (blocking) {
+        pollfd entry = {fd, POLLOUT, 0};
+        if (poll(&entry, 1, 0) != 1 || (entry.revents & POLLOUT) == 0) break;
+      }
+      const std::size_t size = text.size() - done;
+      const ssize_t count =
+          write(fd, text.data() + done, blocking && size > PIPE_BUF ? PIPE_BUF : size);
+      if (count <= 0) break;
+      done += count;
+    }
+    if (done < text.size()) batch.push_back(text.substr(done));
+  });
 }
 
 void* IOModule::runReader(void* module) {
@@ -67,58 +117,79 @@ void* IOModule::runReader(void* module) {
   SharedBuffer<std::string>& buffer = *self->inputBuffer;
   const int fd = fileno(self->input);
   std::string line;
-  if (buffer.isClosed()) return nullptr;
+  bool dropping = false;  // inside a line that is too long: skip to its end
+  char bytes[kReadSize];
+  std::vector<std::string> lines;  // the complete lines of one read, queued together
   for (;;) {
-    fd_set readable;
-    FD_ZERO(&readable);
-    FD_SET(fd, &readable);
-    const int ready = pselect(fd + 1, &readable, nullptr, nullptr, &kPollLimit, nullptr);
-    if (ready < 0 && errno != EINTR) return nullptr;
-    if (ready > 0 && FD_ISSET(fd, &readable)) {
-      // Straight from the descriptor: the stream's own buffer would hide bytes from pselect.
-      char bytes[kReadSize];
-      const ssize_t count = read(fd, bytes, sizeof bytes);
-      if (count == 0)
-        return nullptr;  // End of file: a partial line is dropped and the buffer stays open.
-      for (ssize_t i = 0; i < count; ++i) {
-        line += bytes[i];
-        if (bytes[i] == '\n') {
-          buffer.put(std::move(line));
-          line.clear();
-        }
-      }
-    }
     if (buffer.isClosed()) return nullptr;
+    if (!waitFor(fd, POLLIN, self->stopFd)) break;
+    // Straight from the descriptor: the stream's own buffer would hide bytes from poll.
+    const ssize_t count = read(fd, bytes, sizeof bytes);
+    if (count < 0 && (errno == EINTR || errno == EAGAIN)) continue;
+    if (count <= 0) {
+      // End of file: a partial line is dropped and the buffer stays open.
+      self->ended = true;
+      buffer.wakeConsumer();
+      return nullptr;
+    }
+    const char* next = bytes;
+    const char* end = bytes + count;
+    while (next < end) {
+      const char* newline = static_cast<const char*>(memchr(next, '\n', end - next));
+      const char* stop = newline != nullptr ? newline + 1 : end;
+      if (!dropping) line.append(next, stop);
+      if (line.size() > kLineLimit) {
+        dropping = true;
+        std::string().swap(line);  // gives the memory back
+      }
+      if (newline != nullptr) {
+        if (dropping)
+          ++self->droppedLines;
+        else
+          lines.push_back(std::move(line));
+        line.clear();
+        dropping = false;
+      }
+      next = stop;
+    }
+    buffer.putAll(lines);
+    lines.clear();
   }
+  return nullptr;
 }
 
 void* IOModule::runWriter(void* module) {
   IOModule* self = static_cast<IOModule*>(module);
   SharedBuffer<std::string>& buffer = *self->outputBuffer;
   const int fd = fileno(self->output);
+  // A write to a descriptor that blocks could hang for good once the reader at the other end
+  // stops reading; after poll says "writable", a pipe takes PIPE_BUF bytes without blocking.
+  const bool blocking = (fcntl(fd, F_GETFL) & O_NONBLOCK) == 0;
   std::string pending;
-  if (buffer.isClosed()) return nullptr;
   for (;;) {
-    if (pending.empty()) {
-      self->writing = false;
-      buffer.take(pending);
-      self->writing = !pending.empty();
-    }
-    if (!pending.empty()) {
-      fd_set writable;
-      FD_ZERO(&writable);
-      FD_SET(fd, &writable);
-      if (pselect(fd + 1, nullptr, &writable, nullptr, &kPollLimit, nullptr) > 0 &&
-          FD_ISSET(fd, &writable)) {
-        const ssize_t count = write(fd, pending.data(), pending.size());
-        if (count > 0) {
-          pending.erase(0, count);  // A partial write keeps the rest for the next pass.
-        } else {
-          // A pipe without a reader is always writable; pace the retries instead of spinning.
-          nanosleep(&kPollLimit, nullptr);
+    self->writing = false;
+    if (!buffer.take(pending)) return nullptr;
+    self->writing = true;
+    // Whatever else is queued goes out with it, in order, in as few writes as possible.
+    std::string more;
+    while (pending.size() < kReadSize && buffer.tryTake(more)) pending += more;
+    std::size_t done = 0;
+    while (done < pending.size()) {
+      if (!waitFor(fd, POLLOUT, self->stopFd)) return nullptr;
+      const std::size_t size = pending.size() - done;
+      const ssize_t count =
+          write(fd, pending.data() + done, blocking && size > PIPE_BUF ? PIPE_BUF : size);
+      if (count > 0) {
+        done += count;
+      } else if (count < 0 && errno != EINTR && errno != EAGAIN) {
+        // Nobody reads any more (EPIPE): nothing will ever be written again. The queue fills up
+        // and pushes back as it would for a reader that is merely slow, until stop().
+        pollfd entry = {self->stopFd, POLLIN, 0};
+        while (poll(&entry, 1, -1) < 0 && errno == EINTR) {
         }
+        return nullptr;
       }
     }
-    if (buffer.isClosed()) return nullptr;
+    pending.clear();
   }
 }

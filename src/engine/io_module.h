@@ -3,19 +3,25 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstddef>
 #include <cstdio>
 #include <string>
+#include <vector>
 
 #include "engine/shared_buffer.h"
 
 // A reader thread and a writer thread for one endpoint. The reader cuts the bytes of `input` into
 // lines ("\n" included) and puts them into `inputBuffer`; a last line without "\n" is never
-// delivered, and end of file ends the reader without closing its buffer. The writer writes the
-// items of `outputBuffer` to `output` exactly as given, in order, however the writes are split.
-// Both threads poll every millisecond, which bounds how long stop() waits for them. The module
-// owns neither the streams nor the buffers.
+// delivered, and end of file (or a read error) ends the reader without closing its buffer, sets
+// `ended` and wakes the buffer's consumer. A line longer than kLineLimit is dropped and counted
+// in `droppedLines`. The writer writes the items of `outputBuffer` to `output` exactly as given,
+// in order, however the writes are split. Neither thread polls: each sleeps on its descriptor,
+// its buffer and a wake-up that stop() sets. The module owns neither the streams nor the
+// buffers.
 class IOModule {
  public:
+  static constexpr std::size_t kLineLimit = std::size_t(256) << 20;
+
   IOModule(FILE* input, FILE* output, SharedBuffer<std::string>* inputBuffer,
            SharedBuffer<std::string>* outputBuffer);
   // Only forgets the streams; it does not stop the threads.
@@ -35,6 +41,17 @@ class IOModule {
 
   bool isStarted() const { return started; }
 
+  // Writes the front items of `batch` from the calling thread, when the writer has nothing
+  // queued or in hand and the descriptor takes them without waiting; the items written (and
+  // the written part of a partly written one) leave `batch`. What is left goes to the writer's
+  // queue as usual. It spares the writer's wake-up on the path of every reply.
+  void writeNow(std::vector<std::string>& batch);
+
+  // The reader has seen end of file or a read error: the buffer gets no more lines.
+  std::atomic<bool> ended{false};
+  // Lines dropped for being longer than kLineLimit.
+  std::atomic<unsigned int> droppedLines{0};
+
  protected:
   static void* runReader(void* module);
   static void* runWriter(void* module);
@@ -46,5 +63,6 @@ class IOModule {
   SharedBuffer<std::string>* outputBuffer;
   pthread_t reader{};
   pthread_t writer{};
+  int stopFd = -1;                   // readable once stop() has begun
   std::atomic<bool> writing{false};  // the writer holds text it has not written yet
 };

@@ -1,5 +1,6 @@
 #pragma once
 #include <cstdio>
+#include <deque>
 #include <string>
 
 #include "engine/io_module.h"
@@ -21,6 +22,8 @@ class ZubModule : public IOModule {
   const int pid;
   // Lines the engine wrote, each with its "\n"; the main thread takes them with tryTake.
   SharedBuffer<std::string> zubOutput{kQueueCapacity};
+  // Lines already taken from zubOutput, in order, that the main thread has not handed out yet.
+  std::deque<std::string> taken;
   // Text for the engine's standard input, complete lines.
   SharedBuffer<std::string> zubInput{kQueueCapacity};
 };

@@ -1,11 +1,31 @@
 #include "match/output_matchers.h"
 
 #include <boost/regex.hpp>
+#include <string_view>
 
 #include "match/regex_util.h"
 
+// Every engine line passes the classifiers below. A cheap look at the first bytes rejects the
+// lines that cannot match before the pattern runs; it never rejects one that the pattern takes.
+namespace {
+
+bool startsWith(const std::string& line, std::string_view prefix) {
+  return line.compare(0, prefix.size(), prefix) == 0;
+}
+
+// The byte after the leading token digits, or 0 at the end of the line.
+char afterToken(const std::string& line, std::size_t& at) {
+  at = 0;
+  while (at < line.size() && line[at] >= '0' && line[at] <= '9') ++at;
+  return at < line.size() ? line[at] : 0;
+}
+
+}  // namespace
+
 bool matchMiResultType(std::string const& line, std::string& resultClass) {
   static const boost::regex re(R"(^[0-9]*\^(done|running|connected|error|exit).*)");
+  std::size_t at;
+  if (afterToken(line, at) != '^') return false;
   return searchGroups(re, line, {&resultClass});
 }
 
@@ -16,27 +36,33 @@ bool matchMiRecord(std::string const& line, std::string& resultsPart) {
 
 bool matchMiEvent(std::string const& line, std::string& eventClass) {
   static const boost::regex re(R"(^=(([a-z]|[A-Z]|[0-9]|-|_)*))");
+  if (!startsWith(line, "=")) return false;
   return searchGroups(re, line, {&eventClass});
 }
 
 bool matchMiOut(std::string const& line) {
   static const boost::regex re(R"(^~".*"[[:space:]]*)");
+  if (!startsWith(line, "~\"")) return false;
   return matchWhole(re, line);
 }
 
 bool matchGdbPrompt(std::string const& line) {
   static const boost::regex re(R"(^\(gdb\)[[:space:]]*)");
+  if (!startsWith(line, "(gdb)")) return false;
   return matchWhole(re, line);
 }
 
 bool matchMiStopped(std::string const& line) {
   static const boost::regex re(R"(^[0-9]*\*stopped.*)");
+  std::size_t at;
+  if (afterToken(line, at) != '*' || line.compare(at, 8, "*stopped") != 0) return false;
   return matchWhole(re, line);
 }
 
 bool matchUnexpectedCondition(std::string const& line) {
   static const boost::regex re(
       R"(^~"This is an unexpected condition and may indicate the presence of a defect.)");
+  if (!startsWith(line, "~\"This is an unexpected condition")) return false;
   boost::smatch m;
   return searchText(re, line, m);
 }

@@ -2,6 +2,7 @@
 
 #include <boost/algorithm/string/replace.hpp>
 #include <boost/make_shared.hpp>
+#include <chrono>
 
 #include "base/log.h"
 #include "engine/ctrl_module.h"
@@ -133,12 +134,20 @@ void MiSession::handleLibraryLoaded(const std::string& zubId, const std::string&
 void MiSession::handleUnexpectedCondition(const std::string& zubId, const std::string& line) {
   ctrl.sendToUser(line);
   if (!ctrl.findZub(zubId)) return;
-  sleep(1);  // lets the engine finish writing its report
+  // The engine gets one second to finish writing its report, which ends at its prompt.
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(1);
   std::string next;
-  while (ctrl.tryReceiveFromZub(zubId, next)) {
-    if (matchGdbPrompt(next)) break;
-    LOG_AT(ctrl) << zubId << " :" << next;
-    ctrl.sendToUser(next);
+  for (;;) {
+    if (ctrl.tryReceiveFromZub(zubId, next)) {
+      if (matchGdbPrompt(next)) break;
+      LOG_AT(ctrl) << zubId << " :" << next;
+      ctrl.sendToUser(next);
+      continue;
+    }
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+        deadline - std::chrono::steady_clock::now());
+    if (left.count() <= 0 || ctrl.hasEnded(zubId)) break;
+    ctrl.waitForEvent(left + std::chrono::milliseconds(1));
   }
 }
 

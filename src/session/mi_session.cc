@@ -12,9 +12,7 @@
 
 namespace {
 
-// Polling periods: idle between user lines, and while a command waits for engines.
-constexpr useconds_t kIdlePeriodUs = 1000;
-constexpr useconds_t kRunningPeriodUs = 100;
+bool isExitCmd(const MiCmd& cmd) { return cmd.cmdName == "-gdb-exit" || cmd.cmdName == "quit"; }
 
 }  // namespace
 
@@ -42,7 +40,15 @@ void MiSession::start(const char** argv) {
     if (sigQuitPending || sigTermPending) return;
     checkInputFromUser();
     if (commandQueue.empty()) {
-      usleep(kIdlePeriodUs);
+      checkEndedZubs(nullptr);
+      // Nothing to do until a user line, a signal or an engine's end comes.
+      if (ctrl.userInput.size() == 0) ctrl.waitForEvent();
+    } else if (ctrl.zubs.empty() && !isExitCmd(*commandQueue.front())) {
+      // Every engine has ended: nothing can carry the command out.
+      ctrl.sendToUser(commandQueue.front()->cmdId() +
+                      "^error,msg=\"No debugger engine is left: every engine has ended.\"\n");
+      ctrl.sendToUser("(gdb)\n");
+      commandQueue.pop_front();
     } else {
       // Our own reference keeps the command alive while lines queued meanwhile grow the queue.
       MiCmdPtr cmd = commandQueue.front();
@@ -77,13 +83,18 @@ bool MiSession::runCmd(MiCmd& cmd) {
     }
     // A terminate request waits until the command has finished; a quit does not.
     if (sigQuitPending) return false;
+    // A user who no longer reads cannot see the command end: a terminate request ends it now.
+    if (sigTermPending && ctrl.userStuck) return false;
     checkInputFromUser();
     if (!checkOutputOfZubs(cmd)) {
       LOG_AT(ctrl) << "'checkOutputOfZubs' failed.";
       return false;
     }
-    usleep(kRunningPeriodUs);
+    if (cmd.isFinished()) break;
+    // "-exec-interrupt" sets the flag from this thread, without a wake-up.
+    if (!sigIntPending) ctrl.waitForEvent();
   }
+  ctrl.flushUserOutput();
   return true;
 }
 
@@ -116,8 +127,48 @@ bool MiSession::checkOutputOfZubs(MiCmd& cmd) {
         return false;
       }
     }
+    if (ctrl.hasEnded(zubId)) {
+      handleZubEnded(zubId);
+      cmd.zubEnded(*this, zubId);
+    }
   }
   return true;
+}
+
+bool MiSession::checkEndedZubs(MiCmd* cmd) {
+  std::set<std::string> ids;
+  ctrl.getZubIds(ids);
+  for (const std::string& zubId : ids) {
+    boost::shared_ptr<ZubModule> zub = ctrl.findZub(zubId);
+    if (!zub || !zub->ended) continue;
+    std::string line;
+    while (ctrl.tryReceiveFromZub(zubId, line)) {
+      LOG_AT(ctrl) << zubId << " :" << line;
+      std::string eventClass;
+      if (matchGdbPrompt(line)) continue;
+      if (matchMiEvent(line, eventClass))
+        handleMiEvent(zubId, line, eventClass);
+      else if (cmd == nullptr)
+        LOG_AT(ctrl) << "No command for the last output of " << zubId << ".";
+      else if (!cmd->handleResponse(*this, zubId, line))
+        return false;
+    }
+    handleZubEnded(zubId);
+    if (cmd != nullptr) cmd->zubEnded(*this, zubId);
+  }
+  return true;
+}
+
+void MiSession::handleZubEnded(const std::string& zubId) {
+  LOG_BLANK_AT(ctrl) << "The output of " << zubId << " has ended.";
+  threadGroups.erase(zubId);
+  ctrl.removeZub(zubId);
+  if (zubId.rfind("vek", 0) != 0) ctrl.sendToUser("=thread-group-exited,id=\"" + zubId + "\"\n");
+  if (zubId == currentZubId) {
+    std::set<std::string> remaining;
+    ctrl.getZubIds(remaining);
+    currentZubId = remaining.empty() ? "" : *remaining.begin();
+  }
 }
 
 void MiSession::clearSigInt() {

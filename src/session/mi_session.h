@@ -48,6 +48,12 @@ class MiSession {
   // to `cmd`. False (fatal) on an engine's unexpected condition or a line `cmd` rejects.
   bool checkOutputOfZubs(MiCmd& cmd);
   void clearSigInt();
+  // An engine whose output has ended: its last lines are routed (to `cmd`, or, with none, events
+  // only), then it is reaped and its group is gone ("=thread-group-exited" for host engines),
+  // and `cmd` learns that it will not answer. With `cmd` null only engines found ended are
+  // handled; false when `cmd` rejected one of the last lines.
+  bool checkEndedZubs(MiCmd* cmd);
+  void handleZubEnded(const std::string& zubId);
   // Hands the three handled notification classes to their handlers; any other is dropped.
   void handleMiEvent(const std::string& zubId, const std::string& line,
                      const std::string& eventClass);

@@ -79,7 +79,7 @@ TEST_F(Commands, UserInterruptStopsEveryRunningEngineWithOneStop) {
          ++i)
       std::this_thread::sleep_for(std::chrono::milliseconds(5));
     std::this_thread::sleep_for(std::chrono::milliseconds(300));
-    sigIntPending = true;
+    sigIntHandler(SIGINT);
   });
   const bool ok = rig.run("3-exec-continue");
   user.join();

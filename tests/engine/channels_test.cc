@@ -240,7 +240,6 @@ TEST_F(Ctrl, MisbehavingEnginesOnlyEndOrFillTheirOwnQueues) {
   std::this_thread::sleep_for(std::chrono::milliseconds(300));
   EXPECT_EQ(flooder->zubOutput.size() + deaf->zubInput.size(), 200u);
   EXPECT_LT(queued, 300);
-  EXPECT_GE(ctrl.findZub(closer)->zubInput.size(), 49u);
   EXPECT_EQ(next(missing, 0.1) + next(closer, 0.1), "");
   EXPECT_EQ(next("i3"), "y\n");
   for (const auto& [id, zub] : ctrl.zubs) ctrl.sendSignalToZub(id, SIGKILL);

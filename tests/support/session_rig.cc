@@ -98,6 +98,7 @@ bool SessionRig::run(const std::string& line) {
 
 std::string SessionRig::userOutput() {
   std::string all, piece;
+  ctrl.flushUserOutput();
   while (ctrl.userOutput.tryTake(piece)) all += piece;
   return all;
 }

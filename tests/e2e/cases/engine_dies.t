@@ -1,14 +1,13 @@
-# An engine that dies mid-command leaves the command waiting: the interrupt reaches no engine,
-# a terminate request waits for the command, only a quit ends the session.
+# An engine that dies mid-command: the command gets the internal error, the group is gone, later
+# commands get a clear error and the exit still answers.
 host: on -stack-info-depth @exit 0
 <+ =thread-group-added,id="i1"
 > 7-stack-info-depth
-quiet 300
-! SIGINT
-quiet 300
-! SIGTERM
-quiet 300
-! SIGQUIT
-eof
+< =thread-group-exited,id="i1"
+<+ 7^error,msg="Internal error"
+> 8-gdb-set a
+<+ 8^error,msg="No debugger engine is left: every engine has ended."
+> 9-gdb-exit
+< 9^exit
 exit 0
-log: sigIntPending cleared.
+log: The output of i1 has ended.
