@@ -137,6 +137,10 @@ bool ExecCmd::handleMiResult(MiSession& session, const std::string& zubId, const
   CtrlModule& ctrl = session.ctrl;
   if (resultClass == "running") {
     runningZubIds.insert(zubId);
+    if (stopping) {
+      LOG_AT(ctrl) << "Interrupting " << zubId << ", which started running late.";
+      ctrl.sendSignalToZub(zubId, SIGINT);
+    }
   } else if (resultClass == "error") {
     errorResults[zubId] = line;
   } else {
@@ -178,6 +182,7 @@ bool ExecCmd::handleMiStopped(MiSession& session, const std::string& zubId,
 }
 
 bool ExecCmd::interruptCmd(MiSession& session) {
+  stopping = true;
   session.ctrl.sendSignalToZubs(runningZubIds, SIGINT);
   return true;
 }

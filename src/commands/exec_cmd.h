@@ -22,7 +22,8 @@ class ExecCmd : public MiCmd {
   // engine, or a stop from an engine that is not running.
   bool handleResponse(MiSession& session, const std::string& zubId,
                       const std::string& line) override;
-  // Signals SIGINT to every engine still running; each reports its stop in due course.
+  // Signals SIGINT to every engine still running; each reports its stop in due course. An
+  // engine still to answer is signalled as soon as it answers "^running".
   bool interruptCmd(MiSession& session) override;
   bool isFinished() const override { return pendingZubIds.empty() && runningZubIds.empty(); }
 
@@ -34,6 +35,10 @@ class ExecCmd : public MiCmd {
   std::map<std::string, std::string> errorResults;  // whole "^error" line per engine
   std::map<std::string, MiMap> stopRecords;         // per engine, thread ids in user numbering
   bool internalResume;
+  // Set once the command has interrupted its engines, for the first stop or for the user: from
+  // then on an engine that starts running is interrupted at once, since no stop of another
+  // engine would ever do it.
+  bool stopping = false;
 
  private:
   // What one look at all stop records found; the offload events decide between the final stop,
