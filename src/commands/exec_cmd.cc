@@ -251,3 +251,7 @@ bool ExecCmd::reportFinalStop(MiSession& session) {
   session.ctrl.sendToUser(text + "\n");
   return true;
 }
+
+bool ExecReturnCmd::launchCmd(MiSession& session) { return sendToOneEngine(session); }
+
+bool ExecReturnCmd::replyToUser(MiSession& session) { return replyFromOneEngine(session, true); }

@@ -82,3 +82,14 @@ class ExecCmd : public MiCmd {
   bool finishOffloadStop(MiSession& session, const StopEvents& events);
   bool reportFinalStop(MiSession& session);
 };
+
+// "-exec-return": the selected frame returns at once, so nothing runs and nothing stops; the
+// engine answers "^done,frame=...". The engines of the host program are all stopped already, so
+// only the engine of the current thread (or the one "--thread" names) is asked, and its answer is
+// the reply.
+class ExecReturnCmd : public SimpleMiCmd {
+ public:
+  explicit ExecReturnCmd(const std::string& line) : SimpleMiCmd(line) {}
+  bool launchCmd(MiSession& session) override;
+  bool replyToUser(MiSession& session) override;
+};

@@ -122,7 +122,7 @@ const std::map<std::string, CmdFactory>& dispatchTable() {
       {"-exec-jump", one<ExecCmd>(false)},
       {"-exec-next", one<ExecCmd>(false)},
       {"-exec-next-instruction", one<ExecCmd>(false)},
-      {"-exec-return", one<ExecCmd>(false)},
+      {"-exec-return", one<ExecReturnCmd>()},
       {"-exec-run", execRun},
       {"-exec-step", one<ExecCmd>(false)},
       {"-exec-step-instruction", one<ExecCmd>(false)},

@@ -1,5 +1,6 @@
 # Stock gdb: console execution commands, abbreviated or not, run as execution commands (one
-# "^running", a stop with the token, the next command unhindered).
+# "^running", a stop with the token, the next command unhindered); "-exec-return" answers with
+# the frame it returned to.
 engine: gdb
 args: --interpreter=mi $SAMPLE
 <+ =thread-group-added,id="i1"
@@ -14,6 +15,9 @@ args: --interpreter=mi $SAMPLE
 < 3^running
 <+ *running,thread-id="all"
 <... 3\*stopped,reason="end-stepping-range",.*
+> 4-exec-return
+<~ 4\^done,frame=\{level="0",.*func="main".*\}
+< (gdb)
 > 5-interpreter-exec console "continue"
 < 5^running
 <+ *running,thread-id="all"
