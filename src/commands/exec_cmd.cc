@@ -137,6 +137,10 @@ bool ExecCmd::handleMiResult(MiSession& session, const std::string& zubId, const
   CtrlModule& ctrl = session.ctrl;
   if (resultClass == "running") {
     runningZubIds.insert(zubId);
+    if (stopping) {
+      LOG_AT(ctrl) << "Interrupting " << zubId << ", which started running late.";
+      ctrl.sendSignalToZub(zubId, SIGINT);
+    }
   } else if (resultClass == "error") {
     errorResults[zubId] = line;
   } else {
@@ -178,6 +182,7 @@ bool ExecCmd::handleMiStopped(MiSession& session, const std::string& zubId,
 }
 
 bool ExecCmd::interruptCmd(MiSession& session) {
+  stopping = true;
   session.ctrl.sendSignalToZubs(runningZubIds, SIGINT);
   return true;
 }
@@ -248,7 +253,8 @@ bool ExecCmd::reportFinalStop(MiSession& session) {
 }
 
 void ExecCmd::zubEnded(MiSession& session, const std::string& zubId) {
-  const bool waited = pendingZubIds.erase(zubId) + runningZubIds.erase(zubId) != 0;
+  const bool wasPending = pendingZubIds.erase(zubId) != 0;
+  const bool waited = runningZubIds.erase(zubId) != 0 || wasPending;
   stopRecords.erase(zubId);
   errorResults.erase(zubId);
   if (firstStoppedZubId == zubId)
@@ -258,5 +264,15 @@ void ExecCmd::zubEnded(MiSession& session, const std::string& zubId) {
     stateAllStopped(session);
     return;
   }
+  // The others started: the run is announced as it would have been by the last answer.
+  if (wasPending && pendingZubIds.empty() && !internalResume) {
+    session.ctrl.sendToUser(cmdId() + "^running\n");
+    session.ctrl.sendToUser("*running,thread-id=\"all\"\n");
+    session.ctrl.sendToUser(kPrompt);
+  }
   interruptCmd(session);
 }
+
+bool ExecReturnCmd::launchCmd(MiSession& session) { return sendToOneEngine(session); }
+
+bool ExecReturnCmd::replyToUser(MiSession& session) { return replyFromOneEngine(session, true); }

@@ -22,7 +22,8 @@ class ExecCmd : public MiCmd {
   // engine, or a stop from an engine that is not running.
   bool handleResponse(MiSession& session, const std::string& zubId,
                       const std::string& line) override;
-  // Signals SIGINT to every engine still running; each reports its stop in due course.
+  // Signals SIGINT to every engine still running; each reports its stop in due course. An
+  // engine still to answer is signalled as soon as it answers "^running".
   bool interruptCmd(MiSession& session) override;
   bool isFinished() const override { return pendingZubIds.empty() && runningZubIds.empty(); }
   // An engine that ended counts as stopped without a record: the others are interrupted as after
@@ -37,6 +38,10 @@ class ExecCmd : public MiCmd {
   std::map<std::string, std::string> errorResults;  // whole "^error" line per engine
   std::map<std::string, MiMap> stopRecords;         // per engine, thread ids in user numbering
   bool internalResume;
+  // Set once the command has interrupted its engines, for the first stop or for the user: from
+  // then on an engine that starts running is interrupted at once, since no stop of another
+  // engine would ever do it.
+  bool stopping = false;
 
  private:
   // What one look at all stop records found; the offload events decide between the final stop,
@@ -79,4 +84,15 @@ class ExecCmd : public MiCmd {
   // run or continue, otherwise a nested internal continue, run to completion.
   bool finishOffloadStop(MiSession& session, const StopEvents& events);
   bool reportFinalStop(MiSession& session);
+};
+
+// "-exec-return": the selected frame returns at once, so nothing runs and nothing stops; the
+// engine answers "^done,frame=...". The engines of the host program are all stopped already, so
+// only the engine of the current thread (or the one "--thread" names) is asked, and its answer is
+// the reply.
+class ExecReturnCmd : public SimpleMiCmd {
+ public:
+  explicit ExecReturnCmd(const std::string& line) : SimpleMiCmd(line) {}
+  bool launchCmd(MiSession& session) override;
+  bool replyToUser(MiSession& session) override;
 };

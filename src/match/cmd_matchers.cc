@@ -76,6 +76,16 @@ bool matchZubCondPrintCmd(std::string const& command, std::string& first, std::s
   return searchGroups(re, command, {&first, &second, &third});
 }
 
+bool matchConsoleCmd(std::string const& command, std::string& word, std::string& rest) {
+  static const boost::regex re(
+      R"(^[0-9]*-interpreter-exec((?:\s+--(?:thread|thread-group|frame)\s+[^\s"]+)*)\s+console\s+(?:"\s*([a-z]+)(?:\s+([^"\\]*?))?\s*"|([a-z]+))\s*$)");
+  boost::smatch m;
+  if (!searchText(re, command, m)) return false;
+  word = m[2].matched ? m[2].str() : m[4].str();
+  rest = m[1].str() + (m[3].length() > 0 ? " " + m[3].str() : "");
+  return true;
+}
+
 bool matchListThreadGroups(std::string const& command, bool& available,
                            std::set<std::string>& groups) {
   static const boost::regex lineRe(

@@ -41,6 +41,11 @@ bool matchSourceCmd(std::string const& command, std::string& fileName);
 // without blanks and quotes.
 bool matchZubCondPrintCmd(std::string const& command, std::string& first, std::string& second,
                           std::string& third);
+// One command for the console interpreter: "-interpreter-exec", only "--thread",
+// "--thread-group" and "--frame" options, "console", then the command quoted (its arguments hold
+// no quote or backslash) or a bare word. `word` is the command's first word; `rest` the options
+// as written, then, after one blank, the arguments without their outer blanks (none: nothing).
+bool matchConsoleCmd(std::string const& command, std::string& word, std::string& rest);
 
 // Sets `available` to false first, whatever the outcome. On a -list-thread-groups line it is set
 // again when "--available" is given, and only the LAST id followed by white space is inserted

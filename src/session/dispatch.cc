@@ -3,6 +3,7 @@
 #include <map>
 #include <string>
 
+#include "base/log.h"
 #include "base/signals.h"
 #include "commands/break_cmds.h"
 #include "commands/data_cmds.h"
@@ -43,6 +44,55 @@ void execRun(MiSession&, const std::string& line, MiCmdQueue& queue) {
   queue.push_back(boost::make_shared<ExecCmd>(line, false));
 }
 
+// Console commands that resume or interrupt the program, by the words and abbreviations the
+// console knows.
+const std::map<std::string, std::string>& consoleExecCmds() {
+  static const std::map<std::string, std::string> words = {
+      {"c", "-exec-continue"},
+      {"continue", "-exec-continue"},
+      {"fin", "-exec-finish"},
+      {"finish", "-exec-finish"},
+      {"interrupt", "-exec-interrupt"},
+      {"j", "-exec-jump"},
+      {"jump", "-exec-jump"},
+      {"n", "-exec-next"},
+      {"next", "-exec-next"},
+      {"nexti", "-exec-next-instruction"},
+      {"ni", "-exec-next-instruction"},
+      {"r", "-exec-run"},
+      {"run", "-exec-run"},
+      {"s", "-exec-step"},
+      {"si", "-exec-step-instruction"},
+      {"start", "-exec-run --start"},
+      {"step", "-exec-step"},
+      {"stepi", "-exec-step-instruction"},
+      {"u", "-exec-until"},
+      {"until", "-exec-until"},
+  };
+  return words;
+}
+
+// A console command that resumes the program runs as the execution command it stands for, with
+// the line's token, options and arguments: every engine of the host program then runs and stops
+// with it, and its stop is reported as one. "interrupt" reaches the running command as
+// "-exec-interrupt" does; queued behind it, it would come too late. Any other console command is
+// passed through.
+void interpreterExec(MiSession& session, const std::string& line, MiCmdQueue& queue) {
+  std::string word, rest;
+  if (matchConsoleCmd(line, word, rest)) {
+    auto execCmd = consoleExecCmds().find(word);
+    if (execCmd != consoleExecCmds().end()) {
+      std::string token;
+      matchCmdId(token, line);
+      const std::string execLine = token + execCmd->second + rest + "\n";
+      LOG_AT(session.ctrl) << "Console command runs as: " << execLine;
+      session.parseCmd(execLine, queue);
+      return;
+    }
+  }
+  queue.push_back(boost::make_shared<InterpreterExecCmd>(line));
+}
+
 // Exact, case-sensitive command words; any other word answers "^done" with "Command is not
 // implemented.".
 const std::map<std::string, CmdFactory>& dispatchTable() {
@@ -72,7 +122,7 @@ const std::map<std::string, CmdFactory>& dispatchTable() {
       {"-exec-jump", one<ExecCmd>(false)},
       {"-exec-next", one<ExecCmd>(false)},
       {"-exec-next-instruction", one<ExecCmd>(false)},
-      {"-exec-return", one<ExecCmd>(false)},
+      {"-exec-return", one<ExecReturnCmd>()},
       {"-exec-run", execRun},
       {"-exec-step", one<ExecCmd>(false)},
       {"-exec-step-instruction", one<ExecCmd>(false)},
@@ -82,7 +132,7 @@ const std::map<std::string, CmdFactory>& dispatchTable() {
       {"-gdb-set", one<GdbSetUnsetCmd>()},
       {"-gdb-unset", one<GdbSetUnsetCmd>()},
       {"-inferior-tty-set", one<InferiorTtySetCmd>()},
-      {"-interpreter-exec", one<InterpreterExecCmd>()},
+      {"-interpreter-exec", interpreterExec},
       {"-list-features", one<ListFeaturesCmd>()},
       {"-list-thread-groups", one<ListThreadGroupsCmd>()},
       {"-remove-inferior", one<RemoveInferiorCmd>()},

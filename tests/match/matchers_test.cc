@@ -47,6 +47,8 @@ Render appended(Item first, bool (*matcher)(In, std::list<Item>&)) {
 }
 // clang-format off
 #define ONE(call) [](In t) { std::string o = "u"; const bool hit = call; return shown(hit, {o}); }
+#define TWO(f) [](In t) { std::string a = "u", b = "u"; const bool hit = f(t, a, b); \
+                          return shown(hit, {a, b}); }
 #define THREE(f) [](In t) { std::string a = "u", b = "u", c = "u"; const bool hit = f(t, a, b, c); \
                             return shown(hit, {a, b, c}); }
 #define WHOLE(f) [](In t) { return std::string(f(t) ? "yes" : "no"); }
@@ -67,6 +69,7 @@ const std::map<std::string, Render> kMatchers = {
     {"matchInferiorId", ONE(matchInferiorId(t, o))},
     {"matchSourceCmd", ONE(matchSourceCmd(t, o))},
     {"matchZubCondPrintCmd", THREE(matchZubCondPrintCmd)},
+    {"matchConsoleCmd", TWO(matchConsoleCmd)},
     {"matchListThreadGroups",
      [](In t) {
        bool available = true;  // reset even when the line does not fit
@@ -116,6 +119,9 @@ matchInfoCmd `5info frame\n` `frame` `information x\n` `no` `info 3\n` `no`
 matchInferiorId `4-remove-inferior i2 \n` `i2` `-remove-inferior i2 i3\n` `no`
 matchSourceCmd `source a b\n` `no` `source a` `no`
 matchZubCondPrintCmd `x a "b c" "" d\n` `"b c" ; "" ; d` `x a b c \n` `no` `x "a b c\n` `no`
+matchConsoleCmd `3-interpreter-exec --thread 2 --frame 0 console " next  4 "\n` `next ;  --thread 2 --frame 0 4`
+matchConsoleCmd `-interpreter-exec console fin\n` `fin ; ` `-interpreter-exec console n 2\n` `no`
+matchConsoleCmd `-interpreter-exec console "p \\"a\\""\n` `no` `-interpreter-exec mi "-exec-next"\n` `no`
 matchListThreadGroups `-list-thread-groups i1` `~old` `-list-thread-groups i1 i|2\n` `i|2 ~old`
 matchListThreadGroups `5-list-thread-groups --available i3\n` `available i3 ~old` `-x\n` `no ~old`
 matchRegisterList `r 007 4294967295\n` `7 4294967295` `r 4294967296\n` `no`

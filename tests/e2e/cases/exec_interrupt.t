@@ -1,8 +1,10 @@
 # The offload breakpoint goes first and silently; the run is announced once; "-exec-interrupt"
-# and SIGINT both reach the running command, whose stop carries its token.
+# and SIGINT both reach the running command, whose stop carries its token; an interrupt that
+# comes before the engine answered "^running" reaches it once it answers.
 host: on -break-insert $TOKEN^done,bkpt={number="1",type="breakpoint",pending="__zub_target_so_loaded"}
 host: on -exec-run $TOKEN^running
 host: on -exec-continue $TOKEN^running
+host: on#2 -exec-continue @after 300 $TOKEN^running
 host: on SIGINT *stopped,reason="signal-received",signal-name="SIGINT",thread-id="1"
 <+ =thread-group-added,id="i1"
 > 1-exec-run
@@ -16,10 +18,17 @@ host: on SIGINT *stopped,reason="signal-received",signal-name="SIGINT",thread-id
 quiet 100
 ! SIGINT
 < 2*stopped,reason="signal-received",signal-name="SIGINT",thread-id="1"
+> 3-exec-continue
+> -exec-interrupt
+< 3^running
+<+ *running,thread-id="all"
+< 3*stopped,reason="signal-received",signal-name="SIGINT",thread-id="1"
 quiet 100
 i1: -break-insert -f __zub_target_so_loaded
 i1: 1-exec-run
 i1: <SIGINT>
 i1: 2-exec-continue
+i1: <SIGINT>
+i1: 3-exec-continue
 i1: <SIGINT>
 log: muted: ^done,bkpt={number="1",type="breakpoint",pending="__zub_target_so_loaded"}
