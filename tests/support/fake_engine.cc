@@ -21,7 +21,8 @@
 // the card id of "-wem-cardid=") or: @prompt, @noprompt (no "(gdb)" after this answer),
 // @sleep MS, @after MS STEP (STEP later, while input is still served), @cancel (drop what
 // @after scheduled), @exit STATUS, @flood N TEXT (N copies of the line), @text TEXT (a line
-// that begins with "@"). Every answer ends with "(gdb)" unless it says @noprompt or exits.
+// that begins with "@"), @ifopen PATH STEP (STEP only while one of our descriptors is open on
+// PATH). Every answer ends with "(gdb)" unless it says @noprompt or exits.
 // "-gdb-exit" without a key is answered "$TOKEN^exit" and ends the engine; so does EOF on stdin.
 
 #include <fcntl.h>
@@ -35,6 +36,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <map>
 #include <memory>
@@ -155,6 +157,15 @@ void load(const std::string& path) {
   }
 }
 
+// True when one of our descriptors is open on `path`.
+bool holds(const std::string& path) {
+  for (const auto& fd : std::filesystem::directory_iterator("/proc/self/fd")) {
+    std::error_code closed;  // a descriptor that closed meanwhile is just not ours
+    if (std::filesystem::read_symlink(fd.path(), closed) == path) return true;
+  }
+  return false;
+}
+
 // Runs one step; false when it takes the prompt away from its answer.
 bool runStep(const std::string& step, const std::string& token) {
   if (!step.starts_with("@")) {
@@ -183,6 +194,8 @@ bool runStep(const std::string& step, const std::string& token) {
     writeAll(1, chunk);
   } else if (word == "@text") {
     writeAll(1, rest + "\n");
+  } else if (word == "@ifopen") {
+    return !holds(count) || runStep(tail, token);
   } else {
     die("unknown step " + word);
   }
