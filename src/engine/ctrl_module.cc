@@ -2,10 +2,12 @@
 
 #include <fcntl.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 
 #include "base/log.h"
 #include "base/signals.h"
@@ -20,9 +22,10 @@ void moveFd(int fd, int target) {
     dup2(fd, target);
 }
 
-// Runs in the forked child: only async-signal-safe calls until exec.
+// Runs in the forked child: only async-signal-safe calls until exec. `parent` is our pid, taken
+// before the fork.
 [[noreturn]] void execZub(const char* file, const char** argv, const int toZub[2],
-                          const int fromZub[2]) {
+                          const int fromZub[2], pid_t parent) {
   close(toZub[1]);
   moveFd(toZub[0], STDIN_FILENO);
   close(fromZub[0]);
@@ -34,8 +37,33 @@ void moveFd(int fd, int target) {
   sigprocmask(SIG_SETMASK, &none, nullptr);
   signal(SIGPIPE, SIG_DFL);
   setsid();
+  // The engine dies with the thread that forked it, which is our main thread, so nothing outlives
+  // a killed front end. Our death before this call would go unnoticed: check the parent after it.
+  prctl(PR_SET_PDEATHSIG, SIGKILL);
+  if (getppid() != parent) _exit(0);
   execvp(file, const_cast<char* const*>(argv));
   _exit(0);  // Not exit(): the parent's stdio buffers and atexit handlers are not ours to run.
+}
+
+// True once `pid` is reaped, within a grace period; false when the period ends first or a signal
+// that reaches this thread cuts it short. A wait that fails counts as an end: nothing is left to
+// wait for (and EINTR cannot happen, as this waitpid never sleeps).
+bool awaitExit(CtrlModule& ctrl, pid_t pid) {
+  constexpr auto kExitGrace = std::chrono::seconds(2);
+  constexpr useconds_t kPollPeriodUs = 1000;
+  const auto deadline = std::chrono::steady_clock::now() + kExitGrace;
+  for (;;) {
+    int status = 0;
+    const pid_t ended = waitpid(pid, &status, WNOHANG);
+    if (ended == pid) return true;
+    if (ended < 0) {
+      const int error = errno;
+      LOG_BLANK_AT(ctrl) << "Call to waitpid failed with errno: " << error;
+      return true;
+    }
+    if (std::chrono::steady_clock::now() >= deadline) return false;
+    if (usleep(kPollPeriodUs) != 0 && errno == EINTR) return false;
+  }
 }
 
 void closeBoth(const int fds[2]) {
@@ -104,6 +132,7 @@ bool CtrlModule::spawnZub(const char* file, const char** argv, const std::string
     closeBoth(fromZub);
     return false;
   }
+  const pid_t parent = getpid();
   const pid_t pid = fork();
   if (pid < 0) {
     closeBoth(toZub);
@@ -111,7 +140,7 @@ bool CtrlModule::spawnZub(const char* file, const char** argv, const std::string
     closeBoth(started);
     return false;
   }
-  if (pid == 0) execZub(file, argv, toZub, fromZub);
+  if (pid == 0) execZub(file, argv, toZub, fromZub, parent);
 
   close(toZub[0]);
   close(fromZub[1]);
@@ -206,20 +235,13 @@ void CtrlModule::removeZub(std::string id) {
     return;
   }
   const boost::shared_ptr<ZubModule> zub = it->second;
-  {
-    // The wait has no limit of its own: a user's signal breaks it and the engine is killed.
-    InterruptibleWaits interruptible;
-    int status = 0;
-    while (waitpid(zub->pid, &status, 0) != zub->pid) {
-      const int error = errno;
-      LOG_BLANK_AT(*this) << "Call to waitpid failed with errno: " << error;
-      if (error != EINTR) break;  // Nothing left to wait for: count the engine as ended.
-      LOG_BLANK_AT(*this) << "errno is EINTR";
-      if (!sendSignalToZub(id, SIGKILL)) {
-        LOG_BLANK_AT(*this) << "Failed to kill " << id;
-        break;
-      }
-    }
+  if (!awaitExit(*this, zub->pid)) {
+    // Deaf to "-gdb-exit" and interrupts, or a signal broke our wait.
+    LOG_BLANK_AT(*this) << "Killing " << id << ", which has not ended.";
+    if (!sendSignalToZub(id, SIGKILL))
+      LOG_BLANK_AT(*this) << "Failed to kill " << id;
+    else if (!awaitExit(*this, zub->pid))
+      LOG_BLANK_AT(*this) << "Giving up on " << id << ", which outlived SIGKILL.";
   }
   LOG_BLANK_AT(*this) << "ZUB process " << zub->pid << " has terminated.";
   zub->stop();
