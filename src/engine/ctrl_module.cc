@@ -8,7 +8,9 @@
 
 #include <cerrno>
 #include <chrono>
+#include <cstring>
 
+#include "base/diagnostics.h"
 #include "base/log.h"
 #include "base/signals.h"
 
@@ -25,7 +27,7 @@ void moveFd(int fd, int target) {
 // Runs in the forked child: only async-signal-safe calls until exec. `parent` is our pid, taken
 // before the fork.
 [[noreturn]] void execZub(const char* file, const char** argv, const int toZub[2],
-                          const int fromZub[2], pid_t parent) {
+                          const int fromZub[2], int started, pid_t parent) {
   close(toZub[1]);
   moveFd(toZub[0], STDIN_FILENO);
   close(fromZub[0]);
@@ -42,6 +44,8 @@ void moveFd(int fd, int target) {
   prctl(PR_SET_PDEATHSIG, SIGKILL);
   if (getppid() != parent) _exit(0);
   execvp(file, const_cast<char* const*>(argv));
+  const int error = errno;
+  [[maybe_unused]] const ssize_t n = write(started, &error, sizeof error);
   _exit(0);  // Not exit(): the parent's stdio buffers and atexit handlers are not ours to run.
 }
 
@@ -118,7 +122,8 @@ bool CtrlModule::spawnZub(const char* file, const char** argv, const std::string
   log << std::endl;
 
   // All close-on-exec, so no engine inherits another engine's pipes. `started` closes in the
-  // child at exec (or exit), which tells us the child has its own process group by then.
+  // child at exec (or exit), which tells us the child has its own process group by then; a
+  // child whose exec failed first writes the errno into it.
   int toZub[2];
   int fromZub[2];
   int started[2];
@@ -140,7 +145,7 @@ bool CtrlModule::spawnZub(const char* file, const char** argv, const std::string
     closeBoth(started);
     return false;
   }
-  if (pid == 0) execZub(file, argv, toZub, fromZub, parent);
+  if (pid == 0) execZub(file, argv, toZub, fromZub, started[1], parent);
 
   close(toZub[0]);
   close(fromZub[1]);
@@ -148,10 +153,15 @@ bool CtrlModule::spawnZub(const char* file, const char** argv, const std::string
   // Our end only: a write that does not fit returns what fit, so the writer thread never blocks
   // in write() and always notices a stop within one polling period.
   fcntl(toZub[1], F_SETFL, fcntl(toZub[1], F_GETFL) | O_NONBLOCK);
-  char ignored;
-  while (read(started[0], &ignored, 1) < 0 && errno == EINTR) {
+  int execError = 0;
+  ssize_t got;
+  while ((got = read(started[0], &execError, sizeof execError)) < 0 && errno == EINTR) {
   }
   close(started[0]);
+  // Such an engine is still registered: its output just ends, as for one that exits at once.
+  if (got == sizeof execError)
+    writeDiagnostic(log,
+                    std::string("Error: Cannot execute ") + file + ": " + std::strerror(execError));
 
   boost::shared_ptr<ZubModule> zub(
       new ZubModule(fdopen(fromZub[0], "r"), fdopen(toZub[1], "w"), pid));

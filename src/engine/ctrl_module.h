@@ -37,8 +37,8 @@ class CtrlModule {
   void getZubIds(const std::string& prefix, std::set<std::string>& ids) const;
 
   // Starts `file` (found by PATH) with `argv` (null-terminated, argv[0] included). The engine is
-  // killed when our main thread ends, however it ends. A program that cannot be executed is not
-  // detected: its output just ends without a line.
+  // killed when our main thread ends, however it ends. A program that cannot be executed is
+  // reported on standard error, and is otherwise an engine whose output ends without a line.
   bool spawnZub(const char* file, const char** argv, const std::string& prefix, std::string& id);
 
   // Queue `text` (complete lines) for engines, waiting while an engine's queue is full.
