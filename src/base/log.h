@@ -1,5 +1,4 @@
 #pragma once
-#include <fstream>
 #include <ostream>
 #include <streambuf>
 #include <string>
@@ -20,10 +19,39 @@ class QuietStream : public std::ostream {
   QuietBuffer buffer;
 };
 
+// A log file opened close-on-exec, so that neither the engines nor the programs they debug (nor
+// any shell we run) inherit it. A path that cannot be opened leaves a stream that accepts
+// everything and writes nothing. Text is written when the stream is flushed, and at the end.
+class LogFile : public std::ostream {
+ public:
+  class FdBuffer : public std::streambuf {
+   public:
+    FdBuffer();
+    ~FdBuffer() override;
+    FdBuffer(const FdBuffer&) = delete;
+    FdBuffer& operator=(const FdBuffer&) = delete;
+    void open(const std::string& path);
+
+   protected:
+    int overflow(int c) override;
+    int sync() override;
+
+   private:
+    int fd = -1;
+    char pending[4096];
+  };
+
+  LogFile();
+  void open(const std::string& path) { buffer.open(path); }
+
+ private:
+  FdBuffer buffer;
+};
+
 // Both candidate log streams; the one that chooseLogStream returns lives as long as this object.
 struct LogStreams {
   QuietStream quiet;
-  std::ofstream file;
+  LogFile file;
 };
 
 // The log named by WEM_LOG (read once for the life of the process), or the quiet stream when it is

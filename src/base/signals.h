@@ -16,20 +16,3 @@ void sigTermHandler(int);
 // the default actions back.
 void installSignalHandlers();
 void restoreDefaultSignalActions();
-
-// While alive, our three handlers interrupt blocking system calls of the main thread (EINTR)
-// instead of having them restarted, which signal() asks for. A blocking waitpid for an engine that
-// never ends can so be broken by a user's interrupt or terminate. Signals whose handler is not ours
-// are left alone; the destructor puts the saved actions back.
-class InterruptibleWaits {
- public:
-  InterruptibleWaits();
-  ~InterruptibleWaits();
-  InterruptibleWaits(const InterruptibleWaits&) = delete;
-  InterruptibleWaits& operator=(const InterruptibleWaits&) = delete;
-
- private:
-  static constexpr int kSignalCount = 3;
-  bool changed[kSignalCount] = {};
-  struct sigaction saved[kSignalCount] = {};
-};

@@ -2,11 +2,15 @@
 
 #include <fcntl.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
+#include <cstring>
 
+#include "base/diagnostics.h"
 #include "base/log.h"
 #include "base/signals.h"
 #include "base/wakeup.h"
@@ -21,9 +25,10 @@ void moveFd(int fd, int target) {
     dup2(fd, target);
 }
 
-// Runs in the forked child: only async-signal-safe calls until exec.
+// Runs in the forked child: only async-signal-safe calls until exec. `parent` is our pid, taken
+// before the fork.
 [[noreturn]] void execZub(const char* file, const char** argv, const int toZub[2],
-                          const int fromZub[2]) {
+                          const int fromZub[2], int started, pid_t parent) {
   close(toZub[1]);
   moveFd(toZub[0], STDIN_FILENO);
   close(fromZub[0]);
@@ -35,8 +40,35 @@ void moveFd(int fd, int target) {
   sigprocmask(SIG_SETMASK, &none, nullptr);
   signal(SIGPIPE, SIG_DFL);
   setsid();
+  // The engine dies with the thread that forked it, which is our main thread, so nothing outlives
+  // a killed front end. Our death before this call would go unnoticed: check the parent after it.
+  prctl(PR_SET_PDEATHSIG, SIGKILL);
+  if (getppid() != parent) _exit(0);
   execvp(file, const_cast<char* const*>(argv));
+  const int error = errno;
+  [[maybe_unused]] const ssize_t n = write(started, &error, sizeof error);
   _exit(0);  // Not exit(): the parent's stdio buffers and atexit handlers are not ours to run.
+}
+
+// True once `pid` is reaped, within a grace period; false when the period ends first or a signal
+// that reaches this thread cuts it short. A wait that fails counts as an end: nothing is left to
+// wait for (and EINTR cannot happen, as this waitpid never sleeps).
+bool awaitExit(CtrlModule& ctrl, pid_t pid) {
+  constexpr auto kExitGrace = std::chrono::seconds(2);
+  constexpr useconds_t kPollPeriodUs = 1000;
+  const auto deadline = std::chrono::steady_clock::now() + kExitGrace;
+  for (;;) {
+    int status = 0;
+    const pid_t ended = waitpid(pid, &status, WNOHANG);
+    if (ended == pid) return true;
+    if (ended < 0) {
+      const int error = errno;
+      LOG_BLANK_AT(ctrl) << "Call to waitpid failed with errno: " << error;
+      return true;
+    }
+    if (std::chrono::steady_clock::now() >= deadline) return false;
+    if (usleep(kPollPeriodUs) != 0 && errno == EINTR) return false;
+  }
 }
 
 void closeBoth(const int fds[2]) {
@@ -94,7 +126,8 @@ bool CtrlModule::spawnZub(const char* file, const char** argv, const std::string
   log << std::endl;
 
   // All close-on-exec, so no engine inherits another engine's pipes. `started` closes in the
-  // child at exec (or exit), which tells us the child has its own process group by then.
+  // child at exec (or exit), which tells us the child has its own process group by then; a
+  // child whose exec failed first writes the errno into it.
   int toZub[2];
   int fromZub[2];
   int started[2];
@@ -108,6 +141,7 @@ bool CtrlModule::spawnZub(const char* file, const char** argv, const std::string
     closeBoth(fromZub);
     return false;
   }
+  const pid_t parent = getpid();
   const pid_t pid = fork();
   if (pid < 0) {
     closeBoth(toZub);
@@ -115,7 +149,7 @@ bool CtrlModule::spawnZub(const char* file, const char** argv, const std::string
     closeBoth(started);
     return false;
   }
-  if (pid == 0) execZub(file, argv, toZub, fromZub);
+  if (pid == 0) execZub(file, argv, toZub, fromZub, started[1], parent);
 
   close(toZub[0]);
   close(fromZub[1]);
@@ -123,10 +157,15 @@ bool CtrlModule::spawnZub(const char* file, const char** argv, const std::string
   // Our end only: a write that does not fit returns what fit, so the writer thread never blocks
   // in write() and always notices a stop within one polling period.
   fcntl(toZub[1], F_SETFL, fcntl(toZub[1], F_GETFL) | O_NONBLOCK);
-  char ignored;
-  while (read(started[0], &ignored, 1) < 0 && errno == EINTR) {
+  int execError = 0;
+  ssize_t got;
+  while ((got = read(started[0], &execError, sizeof execError)) < 0 && errno == EINTR) {
   }
   close(started[0]);
+  // Such an engine is still registered: its output just ends, as for one that exits at once.
+  if (got == sizeof execError)
+    writeDiagnostic(log,
+                    std::string("Error: Cannot execute ") + file + ": " + std::strerror(execError));
 
   boost::shared_ptr<ZubModule> zub(
       new ZubModule(fdopen(fromZub[0], "r"), fdopen(toZub[1], "w"), pid));
@@ -238,20 +277,13 @@ void CtrlModule::removeZub(std::string id) {
   }
   const boost::shared_ptr<ZubModule> zub = it->second;
   flushUserOutput();
-  {
-    // The wait has no limit of its own: a user's signal breaks it and the engine is killed.
-    InterruptibleWaits interruptible;
-    int status = 0;
-    while (waitpid(zub->pid, &status, 0) != zub->pid) {
-      const int error = errno;
-      LOG_BLANK_AT(*this) << "Call to waitpid failed with errno: " << error;
-      if (error != EINTR) break;  // Nothing left to wait for: count the engine as ended.
-      LOG_BLANK_AT(*this) << "errno is EINTR";
-      if (!sendSignalToZub(id, SIGKILL)) {
-        LOG_BLANK_AT(*this) << "Failed to kill " << id;
-        break;
-      }
-    }
+  if (!awaitExit(*this, zub->pid)) {
+    // Deaf to "-gdb-exit" and interrupts, or a signal broke our wait.
+    LOG_BLANK_AT(*this) << "Killing " << id << ", which has not ended.";
+    if (!sendSignalToZub(id, SIGKILL))
+      LOG_BLANK_AT(*this) << "Failed to kill " << id;
+    else if (!awaitExit(*this, zub->pid))
+      LOG_BLANK_AT(*this) << "Giving up on " << id << ", which outlived SIGKILL.";
   }
   LOG_BLANK_AT(*this) << "ZUB process " << zub->pid << " has terminated.";
   zub->stop();

@@ -39,8 +39,9 @@ class CtrlModule {
   void getZubIds(std::set<std::string>& ids) const;
   void getZubIds(const std::string& prefix, std::set<std::string>& ids) const;
 
-  // Starts `file` (found by PATH) with `argv` (null-terminated, argv[0] included). A program
-  // that cannot be executed is not detected: its output just ends without a line.
+  // Starts `file` (found by PATH) with `argv` (null-terminated, argv[0] included). The engine is
+  // killed when our main thread ends, however it ends. A program that cannot be executed is
+  // reported on standard error, and is otherwise an engine whose output ends without a line.
   bool spawnZub(const char* file, const char** argv, const std::string& prefix, std::string& id);
 
   // Queue `text` (complete lines) for engines, waiting while an engine's queue is full.
@@ -68,8 +69,9 @@ class CtrlModule {
   // Hands the user's text to the writer first.
   void waitForEvent(std::chrono::milliseconds limit = std::chrono::milliseconds(-1));
 
-  // Waits (without limit, until a signal interrupts the wait, then kills the process group) for
-  // the engine to end and forgets it. The caller makes the engine exit first.
+  // Waits for the engine to end and forgets it. The caller asks the engine to exit first; one
+  // that has not ended within a grace period of 2 s, or when a signal breaks the wait, is killed
+  // with its process group. The wait for that death is bounded too, so removal always returns.
   void removeZub(std::string id);
   void removeZubs(const std::set<std::string>& ids);
 

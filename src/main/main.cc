@@ -1,5 +1,4 @@
-#include <iostream>
-
+#include "base/diagnostics.h"
 #include "base/log.h"
 #include "base/options.h"
 #include "engine/ctrl_module.h"
@@ -29,7 +28,7 @@ int main(int, char** argv) {
     session.start(args);
     session.stop();
   } else {
-    std::cerr << "Error: Interpreter mode not supported." << std::endl;
+    writeDiagnostic(ctrl.log, "Error: Interpreter mode not supported.");
   }
   ctrl.stop();
   return 0;

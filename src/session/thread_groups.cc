@@ -1,3 +1,4 @@
+#include "base/diagnostics.h"
 #include "base/env_var.h"
 #include "base/log.h"
 #include "engine/ctrl_module.h"
@@ -17,6 +18,7 @@ bool MiSession::spawnZub(const char** argv, const std::string& prefix, std::stri
   const bool toCard = rconnect != zubOptions.end();
   if (!toCard && hostEngine.value().empty()) {
     LOG_AT(ctrl) << "ZUBC_HOST is not defined.";
+    writeDiagnostic(ctrl.log, "Error: ZUBC_HOST is not defined.");
     return false;
   }
   if (toCard && cardEngine.value().empty()) {

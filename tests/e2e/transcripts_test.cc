@@ -303,6 +303,8 @@ TEST_P(Transcript, Runs) {
   e2e::TempDir dir;
   Case c;
   ASSERT_TRUE(parseCase(path, dir.path(), c));
+  for (const auto& [name, text] : c.scenarios) dir.write(name + ".scn", text);
+  for (const auto& [name, text] : c.files) dir.write(name, text);  // a wrapper may be one
   if (!c.wrap.empty()) {  // a wrapper that cannot work here says so with status 77
     e2e::Child trial;
     std::vector<std::string> argv = c.wrap;
@@ -312,8 +314,6 @@ TEST_P(Transcript, Runs) {
     if (status == 77) GTEST_SKIP() << e2e::readFile(dir.file("stderr"));
     ASSERT_EQ(status, 0) << e2e::readFile(dir.file("stderr"));
   }
-  for (const auto& [name, text] : c.scenarios) dir.write(name + ".scn", text);
-  for (const auto& [name, text] : c.files) dir.write(name, text);
   std::unique_ptr<Peer> peer;
   if (c.inProcess)
     peer = std::make_unique<InProcessPeer>(c, dir.path());

@@ -192,7 +192,7 @@ TEST_F(Ctrl, IdsTakeTheSmallestFreeNumberAndSignalsReachTheWholeProcessGroup) {
   EXPECT_FALSE(ctrl.sendSignalToZubs({"i1", "i7"}, 0));
 }
 
-// The sleeper outlives the ctest limit: only the kill after the interrupted wait ends it.
+// The sleeper outlives the ctest limit: only a kill ends it, here at once after the interrupt.
 TEST_F(Ctrl, RemoveReapsAndAnInterruptedWaitKillsTheEngineGroup) {
   const std::string ended = shell("echo bye");
   EXPECT_EQ(next(ended), "bye\n");
@@ -212,7 +212,7 @@ TEST_F(Ctrl, RemoveReapsAndAnInterruptedWaitKillsTheEngineGroup) {
     kill(self, SIGINT);
     _exit(0);
   }
-  ctrl.removeZub(sleeper);  // blocks until the poker's SIGINT
+  ctrl.removeZub(sleeper);  // waits until the poker's SIGINT
   waitpid(poker, nullptr, 0);
   EXPECT_TRUE(sigIntPending);
   EXPECT_TRUE(ctrl.zubs.empty());

@@ -15,14 +15,16 @@
 //   on#N KEY STEP   a step of the answer to the N-th such line (instead of the `on` answer)
 //   default STEP    a step of the answer to lines no key matches (else "$TOKEN^done")
 // KEY is the command word after the token ("-exec-run"), a POSIX extended regular expression
-// searched in the line ("/^[0-9]*-break-insert .*main/", ending at a "/" before a blank), or
-// SIGINT. Every key that matches a line counts it; the first with an answer for its count
-// answers. STEP is a line of text ("$TOKEN": the line's leading digits, "$PID": the pid, "%c":
-// the card id of "-wem-cardid=") or: @prompt, @noprompt (no "(gdb)" after this answer),
-// @sleep MS, @after MS STEP (STEP later, while input is still served), @cancel (drop what
-// @after scheduled), @exit STATUS, @flood N TEXT (N copies of the line), @text TEXT (a line
-// that begins with "@"). Every answer ends with "(gdb)" unless it says @noprompt or exits.
-// "-gdb-exit" without a key is answered "$TOKEN^exit" and ends the engine; so does EOF on stdin.
+// searched in the line ("/^[0-9]*-break-insert .*main/", ending at a "/" before a blank),
+// SIGINT, or EOF (answered once; the engine then lives on without input). Every key that
+// matches a line counts it; the first with an answer for its count answers. STEP is a line of
+// text ("$TOKEN": the line's leading digits, "$PID": the pid, "%c": the card id of
+// "-wem-cardid=") or: @prompt, @noprompt (no "(gdb)" after this answer), @sleep MS, @after MS
+// STEP (STEP later, while input is still served), @cancel (drop what @after scheduled), @exit
+// STATUS, @flood N TEXT (N copies of the line), @text TEXT (a line that begins with "@"),
+// @ifopen PATH STEP (STEP only while one of our descriptors is open on PATH). Every answer ends
+// with "(gdb)" unless it says @noprompt or exits. "-gdb-exit" without a key is answered
+// "$TOKEN^exit" and ends the engine; so does EOF without one.
 
 #include <fcntl.h>
 #include <poll.h>
@@ -35,6 +37,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <map>
 #include <memory>
@@ -155,6 +158,15 @@ void load(const std::string& path) {
   }
 }
 
+// True when one of our descriptors is open on `path`.
+bool holds(const std::string& path) {
+  for (const auto& fd : std::filesystem::directory_iterator("/proc/self/fd")) {
+    std::error_code closed;  // a descriptor that closed meanwhile is just not ours
+    if (std::filesystem::read_symlink(fd.path(), closed) == path) return true;
+  }
+  return false;
+}
+
 // Runs one step; false when it takes the prompt away from its answer.
 bool runStep(const std::string& step, const std::string& token) {
   if (!step.starts_with("@")) {
@@ -183,6 +195,8 @@ bool runStep(const std::string& step, const std::string& token) {
     writeAll(1, chunk);
   } else if (word == "@text") {
     writeAll(1, rest + "\n");
+  } else if (word == "@ifopen") {
+    return !holds(count) || runStep(tail, token);
   } else {
     die("unknown step " + word);
   }
@@ -248,9 +262,10 @@ int msToNextStep() {
 
 [[noreturn]] void serve() {
   answer(banner, "");
+  int input = 0;
   std::string pending;
   for (;;) {
-    pollfd fds[2] = {{0, POLLIN, 0}, {sigintPipe[0], POLLIN, 0}};
+    pollfd fds[2] = {{input, POLLIN, 0}, {sigintPipe[0], POLLIN, 0}};
     const int ready = poll(fds, 2, msToNextStep());
     runDueSteps();
     // The handler has run by the time poll returns: an interrupt sent before a line is always
@@ -262,7 +277,12 @@ int msToNextStep() {
     }
     if (ready <= 0 || !(fds[0].revents & (POLLIN | POLLHUP | POLLERR))) continue;
     const ssize_t n = read(0, bytes, sizeof bytes);
-    if (n == 0) _exit(0);
+    if (n == 0) {
+      const Answer* steps = answerFor("EOF", "EOF");
+      if (!steps) _exit(0);
+      answer(*steps, "");
+      input = -1;  // poll skips it
+    }
     if (n < 0) continue;
     pending.append(bytes, static_cast<size_t>(n));
     for (size_t end; (end = pending.find('\n')) != std::string::npos;) {

@@ -1,6 +1,7 @@
-# Without a host engine configured nothing is said and the program ends.
+# Without a host engine configured the program says so on standard error only, and ends.
 env: ZUBC_HOST=
 eof
 exit 0
 log: ZUBC_HOST is not defined.
 log: Failed to spawn Zub.
+stderr: Error: ZUBC_HOST is not defined.

@@ -1,0 +1,8 @@
+# An engine that cannot be executed is reported on standard error; the session goes on as for an
+# engine that ends at once.
+env: ZUBC_HOST=$DIR/missing
+<+ =thread-group-added,id="i1"
+! SIGTERM
+eof
+exit 0
+stderr: Error: Cannot execute $DIR/missing: No such file or directory
