@@ -1,13 +1,12 @@
 // Command protocol cases that need a state the program does not reach through its input: an
-// interrupt raised in process, two answers from one engine, the internal resume, engines that
-// break the execution protocol beside a card engine, a card without its host engine.
+// interrupt raised in process, two answers from one engine, engines that break the execution
+// protocol beside a card engine, a card without its host engine.
 #include <gtest/gtest.h>
 #include <signal.h>
 
 #include <thread>
 
 #include "base/signals.h"
-#include "commands/exec_cmd.h"
 #include "commands/passthrough_cmds.h"
 #include "support/session_rig.h"
 
@@ -34,11 +33,6 @@ class Commands : public testing::Test {
   SessionRig rig{dir.path()};
 };
 
-const char kStopsAtBreakpoint[] = R"(
-on -exec-continue $TOKEN^running
-on -exec-continue @after 100 *stopped,reason="breakpoint-hit",thread-id="1"
-)";
-
 TEST_F(Commands, InterruptReachesOnlyEnginesThatHaveNotAnswered) {
   start("on -gdb-set @noprompt\non SIGINT $TOKEN^done\n", "on -gdb-set $TOKEN^done\n");
   GdbSetUnsetCmd cmd("5-gdb-set a\n");
@@ -54,13 +48,6 @@ TEST_F(Commands, InterruptReachesOnlyEnginesThatHaveNotAnswered) {
   EXPECT_EQ(rig.userOutput(), "5^done,first=\"1\"\n(gdb)\n");
   EXPECT_TRUE(logged("Ignoring result from i1: 5^done,second=\"1\""));
   EXPECT_TRUE(logged("Ignoring result from i2: 5^done,stranger=\"1\""));
-}
-
-TEST_F(Commands, InternalResumeDoesNotAnnounceRunningAgain) {
-  start(kStopsAtBreakpoint, "");
-  ExecCmd resume("7-exec-continue\n", true);
-  ASSERT_TRUE(rig.session.runCmd(resume));
-  EXPECT_EQ(rig.userOutput(), "7*stopped,reason=\"breakpoint-hit\",thread-id=\"1\"\n");
 }
 
 TEST_F(Commands, UserInterruptStopsEveryRunningEngineWithOneStop) {

@@ -23,7 +23,7 @@ const std::string kCases = WEM_SOURCE_DIR "/tests/e2e/cases";
 
 struct Step {
   int line;
-  std::string verb;  // ">", "<", "<~", "<...", "!", "sleep", "quiet", "close", "eof", "exit"
+  std::string verb;  // ">", "<", "<~", "<...", "!", "sleep", "quiet", "eof", "exit"
   std::string text;
 };
 
@@ -62,8 +62,7 @@ std::string expand(std::string text, const std::string& dir) {
 bool parseCase(const std::string& path, const std::string& dir, Case& c) {
   static const boost::regex keyed(
       R"(^(host\d*|card\d*|args|wrap|env|engine|file|cards|spawn|log|stderr|i\d+|vek\d+):(?: (.*))?$)");
-  static const boost::regex step(
-      R"(^(>|<~|<\.\.\.|<\+|<|!|sleep|quiet|close|eof|exit)(?: (.*))?$)");
+  static const boost::regex step(R"(^(>|<~|<\.\.\.|<\+|<|!|sleep|quiet|eof|exit)(?: (.*))?$)");
   std::ifstream in(path);
   int number = 0;
   for (std::string line; std::getline(in, line);) {
@@ -155,7 +154,6 @@ class ProgramPeer : public Peer {
         {"SIGINT", SIGINT}, {"SIGTERM", SIGTERM}, {"SIGQUIT", SIGQUIT}, {"SIGKILL", SIGKILL}};
     if (step.verb == "!") return kSignals.count(step.text) && child.signal(kSignals.at(step.text));
     if (step.verb == "quiet") return child.staysQuiet(Ms(std::stoi(step.text)));
-    if (step.verb == "close") return child.closeStdin(), true;
     if (step.verb == "eof") return child.endsHere();
     if (step.verb != "exit") return false;
     exited = child.exitCode() == std::stoi(step.text);

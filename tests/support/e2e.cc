@@ -179,15 +179,6 @@ int Child::exitCode(Ms timeout) {
   return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-bool skipTo(Child& child, const std::string& prefix, std::string* found) {
-  for (std::string line; child.readLine(line);) {
-    if (line.compare(0, prefix.size(), prefix) != 0) continue;
-    if (found) *found = line;
-    return true;
-  }
-  return false;
-}
-
 std::string readFile(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
   std::ostringstream text;

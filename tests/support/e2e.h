@@ -79,8 +79,6 @@ class Child {
   size_t consumed = 0;
 };
 
-// Reads lines until one begins with `prefix` (it goes to `found`); false at EOF or deadline.
-bool skipTo(Child& child, const std::string& prefix, std::string* found = nullptr);
 std::string readFile(const std::string& path);
 // The log's lines, each stripped of its leading record number ("123: ").
 std::vector<std::string> readLogLines(const std::string& path);

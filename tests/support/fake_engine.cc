@@ -13,18 +13,17 @@
 //   banner STEP     a step written at start
 //   on KEY STEP     a step of the answer to every line that KEY matches
 //   on#N KEY STEP   a step of the answer to the N-th such line (instead of the `on` answer)
-//   default STEP    a step of the answer to lines no key matches (else "$TOKEN^done")
 // KEY is the command word after the token ("-exec-run"), a POSIX extended regular expression
 // searched in the line ("/^[0-9]*-break-insert .*main/", ending at a "/" before a blank),
 // SIGINT, or EOF (answered once; the engine then lives on without input). Every key that
 // matches a line counts it; the first with an answer for its count answers. STEP is a line of
-// text ("$TOKEN": the line's leading digits, "$PID": the pid, "%c": the card id of
-// "-wem-cardid=") or: @prompt, @noprompt (no "(gdb)" after this answer), @sleep MS, @after MS
-// STEP (STEP later, while input is still served), @cancel (drop what @after scheduled), @exit
-// STATUS, @flood N TEXT (N copies of the line), @text TEXT (a line that begins with "@"),
-// @ifopen PATH STEP (STEP only while one of our descriptors is open on PATH). Every answer ends
-// with "(gdb)" unless it says @noprompt or exits. "-gdb-exit" without a key is answered
-// "$TOKEN^exit" and ends the engine; so does EOF without one.
+// text ("$TOKEN": the line's leading digits, "%c": the card id of "-wem-cardid=") or: @prompt,
+// @noprompt (no "(gdb)" after this answer), @sleep MS, @after MS STEP (STEP later, while input
+// is still served), @cancel (drop what @after scheduled), @exit STATUS, @flood N TEXT (N copies
+// of the line), @text TEXT (a line that begins with "@"), @ifopen PATH STEP (STEP only while one
+// of our descriptors is open on PATH). Every answer ends with "(gdb)" unless it says @noprompt
+// or exits. A line no key answers gets "$TOKEN^done", but "-gdb-exit" is answered "$TOKEN^exit"
+// and ends the engine; so does EOF without a key.
 
 #include <fcntl.h>
 #include <poll.h>
@@ -68,7 +67,6 @@ int recordFd = -1;
 int sigintPipe[2] = {-1, -1};
 std::string pidText, cardId;
 Answer banner;
-std::optional<Answer> defaultAnswer;
 std::vector<Key> keys;
 std::vector<Delayed> delayed;  // in order of scheduling; equal due times keep it
 
@@ -141,8 +139,6 @@ void load(const std::string& path) {
     Answer* answer = nullptr;
     if (verb == "banner") {
       answer = &banner;
-    } else if (verb == "default") {
-      answer = defaultAnswer ? &*defaultAnswer : &defaultAnswer.emplace();
     } else if (verb == "on" || verb.starts_with("on#")) {
       // A regular expression key runs to the first "/" that a blank or the end follows.
       size_t keyEnd = rest.find(' ');
@@ -170,9 +166,7 @@ bool holds(const std::string& path) {
 // Runs one step; false when it takes the prompt away from its answer.
 bool runStep(const std::string& step, const std::string& token) {
   if (!step.starts_with("@")) {
-    writeAll(1, replaceAll(replaceAll(replaceAll(step, "$TOKEN", token), "$PID", pidText), "%c",
-                           cardId) +
-                    "\n");
+    writeAll(1, replaceAll(replaceAll(step, "$TOKEN", token), "%c", cardId) + "\n");
     return true;
   }
   auto [word, rest] = splitWord(step);
@@ -234,7 +228,7 @@ void handleLine(const std::string& line) {
     writeAll(1, token + "^exit\n");
     _exit(0);
   } else {
-    answer(defaultAnswer ? *defaultAnswer : Answer{"$TOKEN^done"}, token);
+    answer({"$TOKEN^done"}, token);
   }
 }
 

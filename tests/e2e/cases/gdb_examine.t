@@ -1,5 +1,7 @@
-# Stock gdb stopped in the sample's helper thread: a variable object for a struct, its children
-# and an update after a step; an expression, memory, a disassembly, registers; the two threads.
+# Stock gdb stopped in the sample's helper thread at a breakpoint in the user's numbering (the
+# offload breakpoint's reply never shows): a variable object for a struct, its children and an
+# update after a step; an expression, memory, a disassembly, registers; the two threads. Then a
+# delete and a continue that shows the program's output and its exit; nothing is left running.
 engine: gdb
 args: --interpreter=mi $SAMPLE
 <+ =thread-group-added,id="i1"
@@ -7,7 +9,9 @@ args: --interpreter=mi $SAMPLE
 <~ 1\^done,bkpt=\{number="1",.*func="fill_point".*\}
 < (gdb)
 > 2-exec-run
-<... 2\*stopped,reason="breakpoint-hit",.*func="fill_point".*thread-id="1",.*
+<... 2\^running
+<+ *running,thread-id="all"
+<... 2\*stopped,reason="breakpoint-hit",.*bkptno="1".*func="fill_point".*thread-id="1",.*
 > 3-exec-next
 <... 3\*stopped,reason="end-stepping-range",.*func="fill_point".*
 > 4-var-create - * *p
@@ -47,8 +51,15 @@ args: --interpreter=mi $SAMPLE
 <+ 16^done,ndeleted="3"
 > 17-var-update var0.y
 <+ 17^error,msg="Invalid variable: var0"
-> 18-gdb-exit
+> 18-break-delete 1
+<+ 18^done
+> 19-exec-continue
+<... 19\^running
+<+ *running,thread-id="all"
+<... corner: -3 9
+<... 19\*stopped,reason="exited-normally".*
+> 20-gdb-exit
 < =thread-group-removed,id="i1"
-< 18^exit
+< 20^exit
 eof
 exit 0

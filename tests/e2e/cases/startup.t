@@ -1,18 +1,24 @@
 # The host engine is announced as group i1 with a prompt (its banner is not shown) and gets the
-# program's whole argument vector; any spelling that selects an MI interpreter is accepted.
+# program's whole argument vector; any spelling that selects an MI interpreter is accepted. While
+# idle, an interrupt is only logged and a terminate request ends the session, the engine
+# interrupted and asked to exit.
 host: banner ~"engine banner is not shown"
 args: --interpreter mi -x=1 -i=console
 <+ =thread-group-added,id="i1"
-quiet 200
-> 3-gdb-exit
-< =thread-group-removed,id="i1"
-< 3^exit
+! SIGINT
+quiet 300
+> 3-gdb-set a
+<+ 3^done
+! SIGTERM
 eof
 exit 0
-i1: 3-gdb-exit
+i1: 3-gdb-set a
+i1: <SIGINT>
+i1: -gdb-exit
 log: argv: $BUILD/bin/wem
 log: options[interpreter]=mi
 log: options[x]=1
 log: ZUBC: $BUILD/bin/fake_engine
 log:   '$BUILD/bin/fake_engine'  '--interpreter'  'mi'  '-x=1'  '-i=console'
+log: sigIntPending cleared.
 log: stopping the session.

@@ -1,5 +1,4 @@
-# Lines typed while a command runs are answered in order after it (the empty line at once); the
-# engine gets each command only after it answered the one before.
+# Lines typed while a command runs are answered in order after it (the empty line at once).
 host: on#1 -gdb-set @sleep 500
 host: on#1 -gdb-set $TOKEN^done
 > 1-gdb-set a
@@ -18,7 +17,3 @@ host: on#1 -gdb-set $TOKEN^done
 < ^exit
 eof
 exit 0
-i1: 1-gdb-set a
-i1: 2-list-features
-i1: 4-gdb-set b
-i1: -gdb-exit
