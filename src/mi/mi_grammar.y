@@ -17,6 +17,9 @@
 // so every item of an open list stays on the stack until its closing bracket.
 #define YYINITDEPTH 200
 #define YYMAXDEPTH 10000
+// A grown stack lives in the parser's own frame: big records would otherwise cost a malloc and
+// a free of several kilobytes each. At the limit that is about 200 KB of the thread's stack.
+#define YYSTACK_USE_ALLOCA 1
 // A full stack is reported as an overflow, not as the generic memory text.
 #define YY_(Msgid) (std::string_view(Msgid) == "memory exhausted" ? "parser stack overflow" : (Msgid))
 %}
