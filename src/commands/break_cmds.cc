@@ -133,7 +133,7 @@ void BreakInsertCmd::dropUnreadBkp(MiSession& session, const std::string& zubId,
   LOG_AT(session.ctrl) << "Deleting unread breakpoint " << engineNumber << " in: " << zubId;
   EngineBkpDeleteCmd drop(cmdId(), zubId, engineNumber);
   Silencer quiet(session.ctrl.muted);
-  session.runCmd(drop);
+  if (!session.runCmd(drop)) LOG_AT(session.ctrl) << "Failed to run command: " << drop.cmdText;
 }
 
 bool BreakInsertCmd::recordEngineBkp(MiSession& session, const std::string& zubId) {
