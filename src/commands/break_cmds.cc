@@ -1,11 +1,14 @@
 #include "commands/break_cmds.h"
 
 #include <set>
+#include <string_view>
 
 #include "base/log.h"
+#include "base/silencer.h"
 #include "commands/errors.h"
 #include "engine/ctrl_module.h"
 #include "match/cmd_matchers.h"
+#include "match/output_matchers.h"
 #include "session/mi_session.h"
 
 namespace {
@@ -44,6 +47,49 @@ void launchOnBkpNumber(SimpleMiCmd& cmd, MiSession& session, const std::string& 
   if (cmd.pendingZubIds.empty()) replyDone(ctrl, cmd.cmdId());
 }
 
+// Takes back a breakpoint that engine `zubId` holds under `number`; the engine's answer is only
+// logged.
+class EngineBkpDeleteCmd : public SimpleMiCmd {
+ public:
+  EngineBkpDeleteCmd(const std::string& token, const std::string& zubId, const std::string& number)
+      : SimpleMiCmd(token + "-break-delete " + number + "\n"), zubId(zubId) {}
+  bool launchCmd(MiSession& session) override {
+    sendToGroup(session, zubId, cmdText);
+    return true;
+  }
+  bool replyToUser(MiSession&) override { return true; }
+
+ private:
+  std::string zubId;
+};
+
+// The engine's breakpoint number in a record that cannot be parsed: the first field "number"
+// (which gdb writes first in "bkpt") with a decimal value.
+bool findUnreadBkpNumber(const std::string& text, std::string& number) {
+  static constexpr std::string_view kField = "number=\"";
+  for (size_t at = text.find(kField); at != std::string::npos; at = text.find(kField, at + 1)) {
+    if (at > 0 && text[at - 1] != '{' && text[at - 1] != ',') continue;
+    const size_t start = at + kField.size();
+    const size_t end = text.find_first_not_of("0123456789", start);
+    if (end == start || end == std::string::npos || text[end] != '"') continue;
+    number = text.substr(start, end - start);
+    return true;
+  }
+  return false;
+}
+
+// Locations of a breakpoint are numbered "N.1", "N.2"... after the engine's number N.
+void renumberLocations(MiMap& bkpt, const std::string& engineNumber,
+                       const std::string& userNumber) {
+  const std::string prefix = engineNumber + ".";
+  for (const MiRecordPtr& tuple : bkpt.moreTuples) {
+    MiMap* location = tuple->toMiMap();
+    std::string number;
+    if (location && location->findString("number", number) && number.starts_with(prefix))
+      location->setString("number", userNumber + number.substr(engineNumber.size()));
+  }
+}
+
 }  // namespace
 
 BreakInsertCmd::BreakInsertCmd(const std::string& line, bool silent)
@@ -70,7 +116,24 @@ bool BreakInsertCmd::handleResponse(MiSession& session, const std::string& zubId
     LOG_AT(session.ctrl) << "Ignoring input (" << line << ") from " << zubId << ".";
     return true;
   }
+  std::string resultClass, text;
+  if (pendingZubIds.contains(zubId) && matchMiResultType(line, resultClass) &&
+      matchMiRecord(line, text))
+    answerTexts[zubId] = text;
   return SimpleMiCmd::handleResponse(session, zubId, line);
+}
+
+void BreakInsertCmd::dropUnreadBkp(MiSession& session, const std::string& zubId,
+                                   const std::string& text) {
+  std::string engineNumber;
+  if (!findUnreadBkpNumber(text, engineNumber)) {
+    LOG_AT(session.ctrl) << "Failed to find breakpoint number in: " << zubId;
+    return;
+  }
+  LOG_AT(session.ctrl) << "Deleting unread breakpoint " << engineNumber << " in: " << zubId;
+  EngineBkpDeleteCmd drop(cmdId(), zubId, engineNumber);
+  Silencer quiet(session.ctrl.muted);
+  if (!session.runCmd(drop)) LOG_AT(session.ctrl) << "Failed to run command: " << drop.cmdText;
 }
 
 bool BreakInsertCmd::recordEngineBkp(MiSession& session, const std::string& zubId) {
@@ -96,11 +159,20 @@ bool BreakInsertCmd::recordEngineBkp(MiSession& session, const std::string& zubI
   }
   // The tuple is shared with the stored result, so the reply shows the user's number.
   bkpt->setString("number", userBkpId);
+  renumberLocations(*bkpt, engineNumber, userBkpId);
   return true;
 }
 
 bool BreakInsertCmd::replyToUser(MiSession& session) {
   CtrlModule& ctrl = session.ctrl;
+  // An engine whose acceptance cannot be read takes no part in the reply.
+  for (const auto& [zubId, text] : answerTexts) {
+    auto answer = resultClasses.find(zubId);
+    if (answer == resultClasses.end() || answer->second != "done" || results.contains(zubId))
+      continue;
+    dropUnreadBkp(session, zubId, text);
+    resultClasses.erase(answer);
+  }
   ctrl.muted = silent;
   std::string replyZubId, errorZubId;
   for (const auto& [zubId, resultClass] : resultClasses) {

@@ -1,4 +1,5 @@
 #pragma once
+#include <map>
 #include <string>
 
 #include "commands/mi_cmd.h"
@@ -8,7 +9,10 @@
 
 // "-break-insert": sets the breakpoint in every engine ("--thread" and "--thread-group" are
 // dropped) and gives it one user number, shared by all engines' copies. The reply is the last
-// accepting engine's record with the user's number in it; without any, the last engine error.
+// accepting engine's record with the user's number in it (its locations "N.1", "N.2"... too);
+// without any, the last engine error. An engine that accepted with a record that cannot be read
+// has its breakpoint deleted again and counts as refusing: no engine keeps a breakpoint that
+// has no user number.
 class BreakInsertCmd : public SimpleMiCmd {
  public:
   // `silent` breakpoints (the offload breakpoint, copies into a newly attached engine) still use
@@ -31,6 +35,11 @@ class BreakInsertCmd : public SimpleMiCmd {
   // Gives the breakpoint of engine `zubId` the user number; false when that engine's answer
   // cannot take part in the reply.
   bool recordEngineBkp(MiSession& session, const std::string& zubId);
+  // Deletes, muted, the breakpoint that engine `zubId` reported in the unreadable `text`.
+  void dropUnreadBkp(MiSession& session, const std::string& zubId, const std::string& text);
+
+  // Engine id to the results part of its answer, kept until the answer is known to be readable.
+  std::map<std::string, std::string> answerTexts;
 };
 
 // "-break-delete", "-break-enable", "-break-disable" act on the last number of the line only; the

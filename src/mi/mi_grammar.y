@@ -1,11 +1,14 @@
 %{
-// The grammar of the results part of an MI record. Token texts and nodes on the parser stack
-// are raw pointers owned by the parser: an action either hands them on or deletes them, and
-// %destructor releases whatever a failed parse leaves on the stack or in the look-ahead.
+// The grammar of the results part of an MI record. Token texts are views of the scanner's
+// buffer, which outlives the parse; nodes wait in a pool and the stack holds their indexes. An
+// action moves a node out of the pool into its parent, and what a failed parse leaves in the
+// pool is released with it, so nothing on the stack needs a destructor.
+#include <boost/make_shared.hpp>
 #include <cstdio>
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "mi/mi_parser.h"
 #include "mi/mi_record.h"
@@ -14,21 +17,32 @@
 // so every item of an open list stays on the stack until its closing bracket.
 #define YYINITDEPTH 200
 #define YYMAXDEPTH 10000
+// A grown stack lives in the parser's own frame: big records would otherwise cost a malloc and
+// a free of several kilobytes each. At the limit that is about 200 KB of the thread's stack.
+#define YYSTACK_USE_ALLOCA 1
 // A full stack is reported as an overflow, not as the generic memory text.
 #define YY_(Msgid) (std::string_view(Msgid) == "memory exhausted" ? "parser stack overflow" : (Msgid))
 %}
 
 %code requires {
 #include <string>
-class MiRecord;
-class MiString;
-class MiPair;
-class MiList;
-class MiMap;
+struct MiNodePool;
 #ifndef YY_TYPEDEF_YY_SCANNER_T
 #define YY_TYPEDEF_YY_SCANNER_T
 typedef void* yyscan_t;
 #endif
+
+// Where a token's text stands in the scanner's buffer: its offset in the high half, its size in
+// the low half. Every semantic value fits in 8 bytes, so the parser copies what the scanner
+// stored in one piece.
+typedef unsigned long long MiToken;
+
+// A tuple-valued result's first tuple (carrying the bare tuples that follow it) and the map of
+// the results after them, or -1 when the result is the last.
+struct MiTupleRun {
+  int tuple;
+  int rest;
+};
 }
 
 %code provides {
@@ -41,46 +55,80 @@ const char* currentTokenText(yyscan_t scanner);
 }
 
 %code {
+// A name and its value before either has a place in the tree.
+struct MiResult {
+  MiToken name;
+  int node;
+};
+
+// The nodes of one parse, and its results that await a place; both vectors keep their room
+// from one parse to the next.
+struct MiNodePool {
+  template <class Node, class... Args>
+  int add(Args&&... args) {
+    nodes.push_back(boost::make_shared<Node>(std::forward<Args>(args)...));
+    return static_cast<int>(nodes.size()) - 1;
+  }
+  MiRecordPtr take(int node) { return std::move(nodes[node]); }
+  int addResult(MiToken name, int node) {
+    results.push_back(MiResult{name, node});
+    return static_cast<int>(results.size()) - 1;
+  }
+  std::string_view textOf(MiToken token) const {
+    return std::string_view(text + (token >> 32), token & 0xffffffffu);
+  }
+  // The grammar decides each node's kind.
+  MiMap& map(int node) { return static_cast<MiMap&>(*nodes[node]); }
+  MiList& list(int node) { return static_cast<MiList&>(*nodes[node]); }
+
+  const char* text = nullptr;  // the scanner's buffer
+  std::vector<MiRecordPtr> nodes;
+  std::vector<MiResult> results;
+  int result = -1;
+};
+
 namespace {
 
-void yyerror(yyscan_t scanner, MiMap** result, const char* message);
+void yyerror(yyscan_t scanner, MiNodePool& pool, const char* message);
 
-// Enters the pairs of `pairs` in order by operator[]: a repeated name keeps the position of its
-// first occurrence and the value of its last. The list and its pairs are released.
-MiMap* makeMap(bool topLevel, MiList* pairs) {
-  auto* map = new MiMap(topLevel);
-  for (MiRecordPtr& element : pairs->elements) {
-    MiPair* pair = element->toMiPair();
-    (*map)[pair->name] = std::move(pair->value);
+// A STRING token's text less its quotes; escape sequences stay as the engine wrote them.
+int addString(MiNodePool& pool, MiToken token) {
+  const std::string_view text = pool.textOf(token);
+  return pool.add<MiString>(std::string(text.substr(1, text.size() - 2)));
+}
+
+// Puts `result` in front of the results after it, which the map of `rest` already holds: a
+// repeated name keeps the position of its first occurrence and the value of its last.
+void putFirst(MiNodePool& pool, int rest, int pending) {
+  const MiResult result = pool.results[pending];
+  std::list<MiMap::Entry>& entries = pool.map(rest).entries;
+  const std::string_view name = pool.textOf(result.name);
+  for (auto it = entries.begin(); it != entries.end(); ++it) {
+    if (it->first == name) {
+      entries.splice(entries.begin(), entries, it);
+      pool.nodes[result.node].reset();
+      return;
+    }
   }
-  delete pairs;
+  entries.emplace_front(std::string(name), pool.take(result.node));
+}
+
+int makeMap(MiNodePool& pool, int pending) {
+  const int map = pool.add<MiMap>(false);
+  putFirst(pool, map, pending);
   return map;
 }
 
-// A STRING token's text less its quotes; escape sequences stay as the engine wrote them.
-MiString* makeString(std::string* token) {
-  token->pop_back();
-  token->erase(0, 1);
-  auto* string = new MiString(std::move(*token));
-  delete token;
-  return string;
-}
-
-MiPair* makePair(std::string* name, MiRecord* value) {
-  auto* pair = new MiPair(std::move(*name), MiRecordPtr(value));
-  delete name;
-  return pair;
+// Hands the bare tuples after `tuple` to it: `next` first, then those that followed `next`.
+void chainTuples(MiNodePool& pool, int tuple, int next) {
+  std::list<MiRecordPtr>& more = pool.map(tuple).moreTuples;
+  more.splice(more.end(), pool.map(next).moreTuples);
+  more.push_front(pool.take(next));
 }
 
 // Puts `item` in front of `list`: the lists are built from their last item backwards.
-MiList* prepend(MiRecord* item, MiList* list) {
-  list->elements.emplace_front(item);
-  return list;
-}
-
-MiList* makeList(MiRecord* item) {
-  auto* list = new MiList();
-  list->elements.emplace_front(item);
+int prepend(MiNodePool& pool, int item, int list) {
+  pool.list(list).elements.push_front(pool.take(item));
   return list;
 }
 
@@ -90,69 +138,90 @@ MiList* makeList(MiRecord* item) {
 %define api.pure full
 %define api.prefix {wemmi}
 %param {yyscan_t scanner}
-%parse-param {MiMap** result}
+%parse-param {MiNodePool& pool}
 
 %union {
-  std::string* text;
-  MiRecord* node;
-  MiString* string;
-  MiPair* pair;
-  MiList* list;
-  MiMap* map;
+  MiToken token;
+  MiTupleRun run;
+  int node;
+  int result;  // in the pool's results
 }
 
-%token <text> STRING VARIABLE
-%type <pair> result
-%type <list> result_list element_list list
-%type <map> tuple
-%type <node> element
-%type <string> const
-
-%destructor { delete $$; } <*>
+%token <token> STRING VARIABLE
+%type <result> result plain_result
+%type <run> tuple_run
+%type <node> result_list element_list list tuple element const
 
 %start record
 
 %%
 
 record
-  : result_list { *result = makeMap(true, $1); }
+  : result_list { pool.map($1).topLevel = true; pool.result = $1; }
   ;
 
+  /* A result whose value is a tuple may be followed by bare tuples that belong to it, as in a
+     breakpoint with several locations: bkpt={...},{...},{...}. */
 result_list
-  : result { $$ = makeList($1); }
-  | result ',' result_list { $$ = prepend($1, $3); }
+  : plain_result { $$ = makeMap(pool, $1); }
+  | plain_result ',' result_list { putFirst(pool, $3, $1); $$ = $3; }
+  | VARIABLE '=' tuple_run {
+      const int result = pool.addResult($1, $3.tuple);
+      if ($3.rest < 0) {
+        $$ = makeMap(pool, result);
+      } else {
+        putFirst(pool, $3.rest, result);
+        $$ = $3.rest;
+      }
+    }
   ;
 
+  /* The comma after a tuple decides nothing yet: the token after it tells a further tuple of
+     the same result from the next result. */
+tuple_run
+  : tuple { $$ = MiTupleRun{$1, -1}; }
+  | tuple ',' tuple_run { chainTuples(pool, $1, $3.tuple); $$ = MiTupleRun{$1, $3.rest}; }
+  | tuple ',' result_list { $$ = MiTupleRun{$1, $3}; }
+  ;
+
+plain_result
+  : VARIABLE '=' STRING { $$ = pool.addResult($1, addString(pool, $3)); }
+  | VARIABLE '=' list { $$ = pool.addResult($1, $3); }
+  ;
+
+  /* Inside a list a tuple-valued result stands alone; bare tuples after it are elements. */
 result
-  : VARIABLE '=' STRING { $$ = makePair($1, makeString($3)); }
-  | VARIABLE '=' tuple { $$ = makePair($1, $3); }
-  | VARIABLE '=' list { $$ = makePair($1, $3); }
+  : plain_result { $$ = $1; }
+  | VARIABLE '=' tuple { $$ = pool.addResult($1, $3); }
   ;
 
 tuple
-  : '{' '}' { $$ = new MiMap(false); }
-  | '{' result_list '}' { $$ = makeMap(false, $2); }
+  : '{' '}' { $$ = pool.add<MiMap>(false); }
+  | '{' result_list '}' { $$ = $2; }
   ;
 
 element
-  : result { $$ = $1; }
+  : result {
+      const MiResult result = pool.results[$1];
+      $$ = pool.add<MiPair>(std::string(pool.textOf(result.name)), pool.take(result.node));
+    }
   | tuple { $$ = $1; }
   | list { $$ = $1; }
   | const { $$ = $1; }
   ;
 
 element_list
-  : element { $$ = makeList($1); }
-  | element ',' element_list { $$ = prepend($1, $3); }
+  : element { $$ = prepend(pool, $1, pool.add<MiList>()); }
+  | element ',' element_list { $$ = prepend(pool, $1, $3); }
   ;
 
 list
-  : '[' ']' { $$ = new MiList(); }
+  : '[' ']' { $$ = pool.add<MiList>(); }
   | '[' element_list ']' { $$ = $2; }
   ;
 
 const
-  : STRING { $$ = makeString($1); }
+  : STRING { $$ = addString(pool, $1); }
   ;
 
 %%
@@ -161,16 +230,15 @@ namespace {
 
 // The error line is an MI log-stream record naming the token the parser stopped at. The parser
 // may already have reduced a whole record before its look-ahead shows an error (a default
-// reduction, e.g. at the "b" of a="1"b="2"): that record is released here.
-void yyerror(yyscan_t scanner, MiMap** result, const char* message) {
-  delete *result;
-  *result = nullptr;
+// reduction, e.g. at the "b" of a="1"b="2"): that record is dropped here.
+void yyerror(yyscan_t scanner, MiNodePool& pool, const char* message) {
+  pool.result = -1;
   std::fprintf(stderr, "&\"Syntax Error: %s at \\\"%s\\\"\"\n", message,
                currentTokenText(scanner));
 }
 
-// One scanner per thread, kept between parses; a parse sets its buffer and clears it again on
-// every path, so nothing carries over from one record to the next.
+// One scanner and node pool per thread, kept between parses; a parse sets the buffer and clears
+// it and the pool again on every path, so nothing carries over from one record to the next.
 struct ScannerState {
   ScannerState() { wemmilex_init(&scanner); }
   ~ScannerState() { wemmilex_destroy(scanner); }
@@ -179,29 +247,34 @@ struct ScannerState {
 
   yyscan_t scanner = nullptr;
   std::string storage;
+  MiNodePool pool;
 };
 
 class BufferGuard {
  public:
-  BufferGuard(ScannerState& state, const std::string& text) : scanner(state.scanner) {
-    setBufferState(scanner, state.storage, text);
+  BufferGuard(ScannerState& state, const std::string& text) : state(state) {
+    setBufferState(state.scanner, state.storage, text);
   }
-  ~BufferGuard() { clearBufferState(scanner); }
+  ~BufferGuard() {
+    clearBufferState(state.scanner);
+    state.pool.nodes.clear();
+    state.pool.results.clear();
+    state.pool.result = -1;
+  }
   BufferGuard(const BufferGuard&) = delete;
   BufferGuard& operator=(const BufferGuard&) = delete;
 
  private:
-  yyscan_t scanner;
+  ScannerState& state;
 };
 
 }  // namespace
 
 bool parseMiRecord(const std::string& text, MiRecordPtr& out) {
   thread_local ScannerState state;
-  MiMap* result = nullptr;
   BufferGuard buffer(state, text);
-  if (wemmiparse(state.scanner, &result) != 0 || !result)
-    return false;
-  out.reset(result);
+  state.pool.text = state.storage.data();
+  if (wemmiparse(state.scanner, state.pool) != 0 || state.pool.result < 0) return false;
+  out = state.pool.take(state.pool.result);
   return true;
 }

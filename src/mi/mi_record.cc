@@ -1,9 +1,11 @@
 #include "mi/mi_record.h"
 
 #include <boost/make_shared.hpp>
-#include <sstream>
+#include <string_view>
 
 namespace {
+
+using namespace std::string_view_literals;  // a view compares its size before any character
 
 // Replaces the engine's thread id held by `node` with the user id; false if it is no string.
 bool convertThreadId(MiRecord& node, ThreadIdTable& table, const std::string& engineId) {
@@ -23,8 +25,8 @@ bool replaceGroupId(MiRecord& node) {
   return true;
 }
 
-bool isThreadIdKey(const std::string& key) {
-  return key == "thread-id" || key == "current-thread-id";
+bool isThreadIdKey(std::string_view key) {
+  return key == "thread-id"sv || key == "current-thread-id"sv;
 }
 
 // Every element of a "threads" list is a tuple whose first "id" is an engine thread id.
@@ -42,10 +44,17 @@ bool convertThreadList(MiRecord& node, ThreadIdTable& table, const std::string& 
 
 }  // namespace
 
+// Everything prints through append: one growing string instead of a stream's per-character
+// bookkeeping.
 void MiRecord::printToString(std::string& out) const {
-  std::ostringstream os;
-  print(os);
-  out = std::move(os).str();
+  out.clear();
+  append(out);
+}
+
+void MiRecord::print(std::ostream& os) const {
+  std::string text;
+  append(text);
+  os.write(text.data(), static_cast<std::streamsize>(text.size()));
 }
 
 std::ostream& operator<<(std::ostream& os, const MiRecord& record) {
@@ -55,23 +64,23 @@ std::ostream& operator<<(std::ostream& os, const MiRecord& record) {
 
 bool MiString::replaceThreadIds(ThreadIdTable&, const std::string&) { return true; }
 
-void MiString::print(std::ostream& os) const {
-  os.put('"');
-  os.write(value.data(), static_cast<std::streamsize>(value.size()));
-  os.put('"');
+void MiString::append(std::string& out) const {
+  out += '"';
+  out += value;
+  out += '"';
 }
 
 // Pairs do not descend into their value; only maps rewrite a nested "thread-id".
 bool MiPair::replaceThreadIds(ThreadIdTable& table, const std::string& engineId) {
   if (isThreadIdKey(name) && !convertThreadId(*value, table, engineId)) return false;
-  if (name == "group-id" && !replaceGroupId(*value)) return false;
+  if (name == "group-id"sv && !replaceGroupId(*value)) return false;
   return true;
 }
 
-void MiPair::print(std::ostream& os) const {
-  os.write(name.data(), static_cast<std::streamsize>(name.size()));
-  os.put('=');
-  value->print(os);
+void MiPair::append(std::string& out) const {
+  out += name;
+  out += '=';
+  value->append(out);
 }
 
 bool MiList::replaceThreadIds(ThreadIdTable& table, const std::string& engineId) {
@@ -81,41 +90,48 @@ bool MiList::replaceThreadIds(ThreadIdTable& table, const std::string& engineId)
   return true;
 }
 
-void MiList::print(std::ostream& os) const {
-  os.put('[');
+void MiList::append(std::string& out) const {
+  out += '[';
   bool first = true;
   for (const MiRecordPtr& element : elements) {
-    if (!first) os.put(',');
+    if (!first) out += ',';
     first = false;
-    element->print(os);
+    element->append(out);
   }
-  os.put(']');
+  out += ']';
 }
 
 bool MiMap::replaceThreadIds(ThreadIdTable& table, const std::string& engineId) {
   for (const auto& [key, value] : entries) {
     if (!value->replaceThreadIds(table, engineId)) return false;
-    if (key == "threads") {
+    if (key == "threads"sv) {
       if (!convertThreadList(*value, table, engineId)) return false;
     } else if (isThreadIdKey(key)) {
       if (!convertThreadId(*value, table, engineId)) return false;
     }
-    if (key == "group-id" && !replaceGroupId(*value)) return false;
+    if (key == "group-id"sv && !replaceGroupId(*value)) return false;
+  }
+  for (const MiRecordPtr& tuple : moreTuples) {
+    if (!tuple->replaceThreadIds(table, engineId)) return false;
   }
   return true;
 }
 
-void MiMap::print(std::ostream& os) const {
-  if (!topLevel) os.put('{');
+void MiMap::append(std::string& out) const {
+  if (!topLevel) out += '{';
   bool first = true;
   for (const auto& [key, value] : entries) {
-    if (!first) os.put(',');
+    if (!first) out += ',';
     first = false;
-    os.write(key.data(), static_cast<std::streamsize>(key.size()));
-    os.put('=');
-    value->print(os);
+    out += key;
+    out += '=';
+    value->append(out);
   }
-  if (!topLevel) os.put('}');
+  if (!topLevel) out += '}';
+  for (const MiRecordPtr& tuple : moreTuples) {
+    out += ',';
+    tuple->append(out);
+  }
 }
 
 const MiRecord* MiMap::findNode(const std::string& key) const {
@@ -173,8 +189,10 @@ bool MiMap::findMiMap(const std::string& key, MiMap& out) const {
   if (!found) return false;
   // Copy before assigning: `out` may be the found map itself.
   std::list<Entry> copy = found->entries;
+  std::list<MiRecordPtr> moreCopy = found->moreTuples;
   out.topLevel = found->topLevel;
   out.entries = std::move(copy);
+  out.moreTuples = std::move(moreCopy);
   return true;
 }
 

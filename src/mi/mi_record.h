@@ -26,7 +26,8 @@ class MiRecord {
   // Rewrites, in place, the thread ids of engine `engineId` into user thread ids. False when a
   // structure cannot be handled; what was visited before stays rewritten.
   virtual bool replaceThreadIds(ThreadIdTable& table, const std::string& engineId) = 0;
-  virtual void print(std::ostream& os) const = 0;
+  // Writes what append produces.
+  virtual void print(std::ostream& os) const;
 
   virtual MiString* toMiString() { return nullptr; }
   virtual MiPair* toMiPair() { return nullptr; }
@@ -37,6 +38,10 @@ class MiRecord {
   virtual const MiList* toMiList() const { return nullptr; }
   virtual const MiMap* toMiMap() const { return nullptr; }
 
+  // Appends the node's MI text to `out`.
+  virtual void append(std::string& out) const = 0;
+
+  // `out` becomes the node's MI text.
   void printToString(std::string& out) const;
 };
 
@@ -50,9 +55,9 @@ class MiString : public MiRecord {
   explicit MiString(std::string value) : value(std::move(value)) {}
 
   bool replaceThreadIds(ThreadIdTable& table, const std::string& engineId) override;
-  void print(std::ostream& os) const override;
   MiString* toMiString() override { return this; }
   const MiString* toMiString() const override { return this; }
+  void append(std::string& out) const override;
 
   std::string value;
 };
@@ -64,9 +69,9 @@ class MiPair : public MiRecord {
   MiPair(std::string name, MiRecordPtr value) : name(std::move(name)), value(std::move(value)) {}
 
   bool replaceThreadIds(ThreadIdTable& table, const std::string& engineId) override;
-  void print(std::ostream& os) const override;
   MiPair* toMiPair() override { return this; }
   const MiPair* toMiPair() const override { return this; }
+  void append(std::string& out) const override;
 
   std::string name;
   MiRecordPtr value;  // never null
@@ -77,16 +82,18 @@ class MiList : public MiRecord {
   MiList() = default;
 
   bool replaceThreadIds(ThreadIdTable& table, const std::string& engineId) override;
-  void print(std::ostream& os) const override;
   MiList* toMiList() override { return this; }
   const MiList* toMiList() const override { return this; }
+  void append(std::string& out) const override;
 
   std::list<MiRecordPtr> elements;  // values or results (pairs), in order
 };
 
 // A tuple, or with `topLevel` the results part of a record, which prints without braces.
 // Entries keep their insertion order; a key is never present twice. Every lookup finds the first
-// entry with the key and leaves its output untouched when it returns false.
+// entry with the key and leaves its output untouched when it returns false. A tuple may carry
+// further bare tuples of the same result (a breakpoint with several locations:
+// bkpt={...},{...},{...}); lookups see the first tuple only.
 class MiMap : public MiRecord {
  public:
   using Entry = std::pair<std::string, MiRecordPtr>;
@@ -94,9 +101,9 @@ class MiMap : public MiRecord {
   explicit MiMap(bool topLevel) : topLevel(topLevel) {}
 
   bool replaceThreadIds(ThreadIdTable& table, const std::string& engineId) override;
-  void print(std::ostream& os) const override;
   MiMap* toMiMap() override { return this; }
   const MiMap* toMiMap() const override { return this; }
+  void append(std::string& out) const override;
 
   bool findRecord(const std::string& key, MiRecordPtr& out) const;
   bool findMiString(const std::string& key, MiString& out) const;
@@ -104,6 +111,7 @@ class MiMap : public MiRecord {
   // The copies below share the found node's children.
   bool findMiList(const std::string& key, MiList& out) const;
   bool findList(const std::string& key, std::list<MiRecordPtr>& out) const;
+  // The copy also gets the found tuple's further tuples.
   bool findMiMap(const std::string& key, MiMap& out) const;
 
   // Each replaces the value of an existing entry in its position, or appends a new entry.
@@ -115,6 +123,9 @@ class MiMap : public MiRecord {
 
   std::list<Entry> entries;
   bool topLevel;
+  // Tuples (MiMap nodes) that print after this one, each after a comma. Ids are rewritten in
+  // them as in this tuple's own entries.
+  std::list<MiRecordPtr> moreTuples;
 
  private:
   const MiRecord* findNode(const std::string& key) const;

@@ -60,6 +60,11 @@ TEST(MiParser, TextsPrintBackOrWriteOneSyntaxErrorLine) {
       {R"(a=[[],[["1"]],{},{k="v"},p=[],"s"])", R"(a=[[],[["1"]],{},{k="v"},p=[],"s"])"},
       {R"(a="x"")", R"(a="x")"},
       {R"(a=[{b="1",b={}},b=[]],a={a={}})", R"(a={a={}})"},  // fuzzer
+      // Bare tuples after a tuple-valued result belong to it (a breakpoint's locations).
+      {R"(b={n="1"},{n="1.1"},{},c={d={},{e="2"}},b2={})",
+       R"(b={n="1"},{n="1.1"},{},c={d={},{e="2"}},b2={})"},
+      {R"(b={n="1"},{n="2"},b="3")", R"(b="3")"},
+      {R"(l=[b={},{}])", R"(l=[b={},{}])"},
       {"", "!"},
       {R"("x",a="1")", "!\"x\""},
       {R"({a="1"})", "!{"},
@@ -73,6 +78,8 @@ TEST(MiParser, TextsPrintBackOrWriteOneSyntaxErrorLine) {
       {R"(a="1",)", "!"},
       {R"(a=["1",])", "!]"},
       {R"(a={b="1"])", "!]"},
+      {R"(a="1",{})", "!{"},
+      {R"(a={},{},)", "!"},
       {R"(a=={})", "!="},
   };
   for (const auto& [input, expected] : cases) {
