@@ -10,4 +10,6 @@ class GdbExitCmd : public SimpleMiCmd {
   explicit GdbExitCmd(const std::string& line) : SimpleMiCmd(line) {}
   bool launchCmd(MiSession& session) override;
   bool replyToUser(MiSession& session) override;
+  // "quit" to stock gdb ends it without a result record: its end counts as its answer.
+  bool endsZubs() const override { return true; }
 };

@@ -30,6 +30,7 @@ class RemoveInferiorCmd : public SimpleMiCmd {
   explicit RemoveInferiorCmd(const std::string& line) : SimpleMiCmd(line) {}
   bool launchCmd(MiSession& session) override;
   bool replyToUser(MiSession& session) override;
+  bool endsZubs() const override { return true; }
 };
 
 // "-target-attach": to the group named by "--thread-group" (the option removed) or else, line

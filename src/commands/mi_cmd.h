@@ -31,6 +31,9 @@ class MiCmd {
     (void)session;
     (void)zubId;
   }
+  // The command itself ends engines ("-gdb-exit"): their end is its business, not a death to
+  // report.
+  virtual bool endsZubs() const { return false; }
   virtual ~MiCmd() = default;
 
   // The token (leading digits), possibly empty; every reply to the user starts with it.

@@ -128,7 +128,7 @@ bool MiSession::checkOutputOfZubs(MiCmd& cmd) {
       }
     }
     if (ctrl.hasEnded(zubId)) {
-      handleZubEnded(zubId);
+      if (!cmd.endsZubs()) handleZubEnded(zubId);
       cmd.zubEnded(*this, zubId);
     }
   }

@@ -2,6 +2,7 @@
 # engine that ends at once.
 env: ZUBC_HOST=$DIR/missing
 <+ =thread-group-added,id="i1"
+< =thread-group-exited,id="i1"
 ! SIGTERM
 eof
 exit 0
