@@ -138,7 +138,7 @@ void* IOModule::runReader(void* module) {
       const char* newline = static_cast<const char*>(memchr(next, '\n', end - next));
       const char* stop = newline != nullptr ? newline + 1 : end;
       if (!dropping) line.append(next, stop);
-      if (line.size() > kLineLimit) {
+      if (line.size() > self->lineLimit) {
         dropping = true;
         std::string().swap(line);  // gives the memory back
       }

@@ -13,11 +13,11 @@
 // A reader thread and a writer thread for one endpoint. The reader cuts the bytes of `input` into
 // lines ("\n" included) and puts them into `inputBuffer`; a last line without "\n" is never
 // delivered, and end of file (or a read error) ends the reader without closing its buffer, sets
-// `ended` and wakes the buffer's consumer. A line longer than kLineLimit is dropped and counted
-// in `droppedLines`. The writer writes the items of `outputBuffer` to `output` exactly as given,
-// in order, however the writes are split. Neither thread polls: each sleeps on its descriptor,
-// its buffer and a wake-up that stop() sets. The module owns neither the streams nor the
-// buffers.
+// `ended` and wakes the buffer's consumer. A line longer than `lineLimit` is dropped, its memory
+// given back, and counted in `droppedLines`. The writer writes the items of `outputBuffer` to
+// `output` exactly as given, in order, however the writes are split. Neither thread polls: each
+// sleeps on its descriptor, its buffer and a wake-up that stop() sets. The module owns neither the
+// streams nor the buffers.
 class IOModule {
  public:
   static constexpr std::size_t kLineLimit = std::size_t(256) << 20;
@@ -47,6 +47,8 @@ class IOModule {
   // queue as usual. It spares the writer's wake-up on the path of every reply.
   void writeNow(std::vector<std::string>& batch);
 
+  // Lines longer than this are dropped (set before start()).
+  std::size_t lineLimit = kLineLimit;
   // The reader has seen end of file or a read error: the buffer gets no more lines.
   std::atomic<bool> ended{false};
   // Lines dropped for being longer than kLineLimit.

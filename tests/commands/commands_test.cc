@@ -60,13 +60,14 @@ TEST_F(Commands, UserInterruptStopsEveryRunningEngineWithOneStop) {
   start(stopsOnce, stopsOnce);
   // The interrupt comes once both engines have answered: one that has not said "^running" yet
   // is not interrupted.
-  std::thread user([this] {
+  const pthread_t session = pthread_self();
+  std::thread user([this, session] {
     for (int i = 0; i < 1000 && !(received("i1").ends_with("3-exec-continue\n") &&
                                   received("vek1").ends_with("3-exec-continue\n"));
          ++i)
       std::this_thread::sleep_for(std::chrono::milliseconds(5));
     std::this_thread::sleep_for(std::chrono::milliseconds(300));
-    sigIntHandler(SIGINT);
+    pthread_kill(session, SIGINT);  // as a user's interrupt: handled on the session's thread
   });
   const bool ok = rig.run("3-exec-continue");
   user.join();

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <thread>
 
 #include "support/e2e.h"
 
@@ -109,6 +110,17 @@ TEST_F(BadInput, EngineFloodsReachTheUserInFullOrAreLogged) {
   exitSession("7-gdb-set a\n");
   EXPECT_EQ(logged("Ignoring input (~\"console flood\\n\""), 50000u);
   EXPECT_EQ(logged("Ignoring event: =breakpoint-modified,bkpt={number=\"1\"}"), 5000u);
+}
+
+// A user who stops reading while an engine floods fills every queue on the way; a terminate
+// request still ends the session, and the engine with it.
+TEST_F(BadInput, AUserWhoStopsReadingCanStillEndTheSession) {
+  start("on -gdb-set @flood 300000 &\"flood line\\n\"\non -gdb-set $TOKEN^done\n");
+  wem.write("7-gdb-set a\n");
+  std::this_thread::sleep_for(e2e::Ms(500));
+  ASSERT_TRUE(wem.signal(SIGTERM));
+  EXPECT_EQ(wem.exitCode(), 0);
+  EXPECT_GE(logged("The user does not read; dropped what was left for the user."), 1u);
 }
 
 TEST_F(BadInput, EngineRecordsThatDoNotParseAreLoggedAndSkipped) {

@@ -93,8 +93,8 @@ struct Channel {
   IOModule module{inStream, outStream, &inputBuffer, &outputBuffer};
 };
 
-// The reader cuts lines at "\n" whatever the reads; the writer keeps the order of long items
-// through partial writes and drains.
+// The reader cuts lines at "\n" whatever the reads and drops those over its limit; the writer
+// keeps the order of long items through partial writes and drains.
 TEST(IOModule, LinesCrossBothThreadsWholeAndInOrder) {
   Channel channel;
   const int fd = fileno(channel.outStream);  // small and non-blocking: items go out in pieces
@@ -105,16 +105,20 @@ TEST(IOModule, LinesCrossBothThreadsWholeAndInOrder) {
     channel.outputBuffer.put(std::string(30000, c) + "\n");
     expected += std::string(30000, c) + "\n";
   }
+  channel.module.lineLimit = 100001;
   channel.module.start();
   EXPECT_FALSE(channel.module.drainOutput(std::chrono::milliseconds(20)));  // nobody reads yet
   channel.feed("first\nsecond\r\nspl");  // one read, two lines; a carriage return stays
   EXPECT_EQ(channel.next(), "first\n");
   EXPECT_EQ(channel.next(), "second\r\n");
   std::this_thread::sleep_for(std::chrono::milliseconds(20));  // the reader takes "spl"
-  channel.feed("it\n\n" + std::string(100000, 'x') + "\nno newline");
+  channel.feed("it\n\n" + std::string(100000, 'x') + "\n" + std::string(200000, 'y') +
+               "\nafter\nno newline");
   EXPECT_EQ(channel.next(), "split\n");
   EXPECT_EQ(channel.next(), "\n");
   EXPECT_TRUE(channel.next() == std::string(100000, 'x') + "\n");
+  EXPECT_EQ(channel.next(), "after\n");
+  EXPECT_EQ(channel.module.droppedLines, 1u);
   channel.in.closeEnd(1);
   EXPECT_EQ(channel.next(0.1), "");  // a last line without "\n" is dropped at end of file
   EXPECT_FALSE(channel.inputBuffer.isClosed());

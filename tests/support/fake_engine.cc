@@ -19,11 +19,11 @@
 // matches a line counts it; the first with an answer for its count answers. STEP is a line of
 // text ("$TOKEN": the line's leading digits, "%c": the card id of "-wem-cardid=") or: @prompt,
 // @noprompt (no "(gdb)" after this answer), @sleep MS, @after MS STEP (STEP later, while input
-// is still served), @cancel (drop what @after scheduled), @exit STATUS, @flood N TEXT (N copies
-// of the line), @text TEXT (a line that begins with "@"), @ifopen PATH STEP (STEP only while one
-// of our descriptors is open on PATH). Every answer ends with "(gdb)" unless it says @noprompt
-// or exits. A line no key answers gets "$TOKEN^done", but "-gdb-exit" is answered "$TOKEN^exit"
-// and ends the engine; so does EOF without a key.
+// is still served), @cancel (drop what @after scheduled), @exit STATUS (KILL: killed by its pid),
+// @flood N TEXT (N copies of the line), @text TEXT (a line that begins with "@"), @ifopen PATH STEP
+// (STEP only while one of our descriptors is open on PATH). Every answer ends with "(gdb)" unless
+// it says @noprompt or exits. A line no key answers gets "$TOKEN^done", but "-gdb-exit" is answered
+// "$TOKEN^exit" and ends the engine; so does EOF without a key.
 
 #include <fcntl.h>
 #include <poll.h>
@@ -182,6 +182,7 @@ bool runStep(const std::string& step, const std::string& token) {
   } else if (word == "@cancel") {
     delayed.clear();
   } else if (word == "@exit") {
+    if (count == "KILL") kill(getpid(), SIGKILL);
     _exit(static_cast<int>(number(count)));
   } else if (word == "@flood") {
     std::string chunk;

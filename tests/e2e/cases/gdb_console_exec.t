@@ -1,6 +1,6 @@
 # Stock gdb: console execution commands, abbreviated or not, run as execution commands (one
 # "^running", a stop with the token, the next command unhindered); "-exec-return" answers with
-# the frame it returned to.
+# the frame it returned to; "quit" ends gdb without a record, and its end finishes the exit.
 engine: gdb
 args: --interpreter=mi $SAMPLE
 <+ =thread-group-added,id="i1"
@@ -22,3 +22,6 @@ args: --interpreter=mi $SAMPLE
 < 5^running
 <+ *running,thread-id="all"
 <... 5\*stopped,reason="breakpoint-hit",.*func="sum_of_squares",args=\[\{name="count",value="3"\}\].*
+> quit
+<... \^exit
+exit 0
