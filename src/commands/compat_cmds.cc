@@ -52,56 +52,77 @@ std::string lastArgument(const std::string& line) {
   return line.substr(blank + 1, end - blank);
 }
 
-// The offload breakpoint is the program's own, never the user's.
-bool isOffloadBkp(const MiSession& session, const std::string& userNumber) {
-  std::string symbol;
+// The user number of engine `zubId`'s breakpoint `engineNumber`; false for one the user never
+// made: unknown to the table, or the offload breakpoint, which is the program's own.
+bool findUserBkp(const MiSession& session, const std::string& zubId,
+                 const std::string& engineNumber, std::string& userNumber) {
+  const BreakPointTable& table = session.breakPointTable;
+  auto engine = table.engineBreakpoints.find(zubId);
+  std::string number, symbol;
+  if (engine == table.engineBreakpoints.end() || !engine->second.toExternal(engineNumber, number))
+    return false;
   MiSession::retrieveVekOffloadSymbol(symbol);
-  auto line = session.breakPointTable.breakpointCmds.find(userNumber);
-  return line != session.breakPointTable.breakpointCmds.end() &&
-         line->second == "-break-insert -f " + symbol + "\n";
+  auto line = table.breakpointCmds.find(number);
+  if (line != table.breakpointCmds.end() && line->second == "-break-insert -f " + symbol + "\n")
+    return false;
+  userNumber = number;
+  return true;
 }
 
-// A row in the user's number: its own "number" and its locations' "N.1", "N.2"..., which
-// follow as further tuples or sit in a "locations" list.
+// Locations are numbered "N.1", "N.2"... after their breakpoint's number N.
+void renumberLocation(MiRecord& node, const std::string& engineNumber,
+                      const std::string& userNumber) {
+  MiMap* location = node.toMiMap();
+  std::string number;
+  if (location && location->findString("number", number) && number.starts_with(engineNumber + "."))
+    location->setString("number", userNumber + number.substr(engineNumber.size()));
+}
+
+// Locations follow their row in the body list, or (in newer MI) sit in its "locations" list.
 void renumberRow(MiMap& bkpt, const std::string& engineNumber, const std::string& userNumber) {
   bkpt.setString("number", userNumber);
-  std::list<MiRecordPtr> locations = bkpt.moreTuples;
+  std::list<MiRecordPtr> locations;
   bkpt.findList("locations", locations);
-  const std::string prefix = engineNumber + ".";
-  for (const MiRecordPtr& element : locations) {
-    MiMap* location = element->toMiMap();
-    std::string number;
-    if (location && location->findString("number", number) && number.starts_with(prefix))
-      location->setString("number", userNumber + number.substr(engineNumber.size()));
-  }
+  for (const MiRecordPtr& location : locations)
+    renumberLocation(*location, engineNumber, userNumber);
 }
 
-// Adds one engine's "bkpt" row to `rows` (user number to row); a number already there only
-// adds its hits.
-void addBkpRow(MiSession& session, const std::string& zubId, const MiRecordPtr& element,
-               std::map<unsigned long, MiRecordPtr>& rows) {
-  const MiPair* pair = element->toMiPair();
-  MiMap* bkpt = pair ? pair->value->toMiMap() : nullptr;
+// User number to the row: its "bkpt" result, then the location tuples that follow it in the
+// body list.
+using BkpRows = std::map<unsigned long, std::list<MiRecordPtr>>;
+
+// Adds the rows of one engine's body; a breakpoint already there only adds its hits.
+void addBkpRows(MiSession& session, const std::string& zubId, const std::list<MiRecordPtr>& body,
+                BkpRows& rows) {
+  std::list<MiRecordPtr>* row = nullptr;  // the new row that bare tuples join
   std::string engineNumber, userNumber;
-  if (!bkpt || !bkpt->findString("number", engineNumber)) {
-    LOG_AT(session.ctrl) << "Skipping breakpoint row without number from " << zubId;
-    return;
+  for (const MiRecordPtr& element : body) {
+    if (element->toMiMap()) {
+      if (row) {
+        renumberLocation(*element, engineNumber, userNumber);
+        row->push_back(element);
+      }
+      continue;
+    }
+    row = nullptr;
+    const MiPair* pair = element->toMiPair();
+    MiMap* bkpt = pair ? pair->value->toMiMap() : nullptr;
+    if (!bkpt || !bkpt->findString("number", engineNumber) ||
+        !findUserBkp(session, zubId, engineNumber, userNumber))
+      continue;
+    auto [found, isNew] = rows.try_emplace(std::strtoul(userNumber.c_str(), nullptr, 10));
+    if (isNew) {
+      renumberRow(*bkpt, engineNumber, userNumber);
+      row = &found->second;
+      row->push_back(element);
+      continue;
+    }
+    MiMap* first = found->second.front()->toMiPair()->value->toMiMap();
+    std::string times, moreTimes;
+    if (first->findString("times", times) && bkpt->findString("times", moreTimes))
+      first->setString("times", std::to_string(std::strtoul(times.c_str(), nullptr, 10) +
+                                               std::strtoul(moreTimes.c_str(), nullptr, 10)));
   }
-  const auto& engines = session.breakPointTable.engineBreakpoints;
-  auto engine = engines.find(zubId);
-  if (engine == engines.end() || !engine->second.toExternal(engineNumber, userNumber) ||
-      isOffloadBkp(session, userNumber))
-    return;
-  auto [row, isNew] = rows.try_emplace(std::strtoul(userNumber.c_str(), nullptr, 10), element);
-  if (isNew) {
-    renumberRow(*bkpt, engineNumber, userNumber);
-    return;
-  }
-  MiMap* first = row->second->toMiPair()->value->toMiMap();
-  std::string times, moreTimes;
-  if (first->findString("times", times) && bkpt->findString("times", moreTimes))
-    first->setString("times", std::to_string(std::strtoul(times.c_str(), nullptr, 10) +
-                                             std::strtoul(moreTimes.c_str(), nullptr, 10)));
 }
 
 // gdb's own: only the features whose commands and options the program passes on.
@@ -137,7 +158,7 @@ bool BreakListCmd::launchCmd(MiSession& session) {
 
 bool BreakListCmd::replyToUser(MiSession& session) {
   MiRecordPtr head;
-  std::map<unsigned long, MiRecordPtr> rows;
+  BkpRows rows;
   for (const auto& [zubId, result] : results) {
     MiRecordPtr table;
     std::list<MiRecordPtr> body;
@@ -147,12 +168,12 @@ bool BreakListCmd::replyToUser(MiSession& session) {
       continue;
     }
     if (!head) head = table;
-    for (const MiRecordPtr& element : body) addBkpRow(session, zubId, element, rows);
+    addBkpRows(session, zubId, body, rows);
   }
   if (!head) return replyFromOneEngine(session, false);
   std::list<MiRecordPtr> body;
-  for (const auto& [number, row] : rows) body.push_back(row);
-  head->toMiMap()->setString("nr_rows", std::to_string(body.size()));
+  for (const auto& [number, row] : rows) body.insert(body.end(), row.begin(), row.end());
+  head->toMiMap()->setString("nr_rows", std::to_string(rows.size()));
   head->toMiMap()->setList("body", body);
   MiMap record(true);
   record["BreakpointTable"] = head;
