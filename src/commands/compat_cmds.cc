@@ -26,6 +26,7 @@ const std::map<std::string, CompatFactory>& compatTable() {
       {"-break-list", make<BreakListCmd>},
       {"-break-watch", make<BreakWatchCmd>},
       {"-data-read-memory-bytes", make<DataCmd>},
+      {"-data-write-memory-bytes", make<DataCmd>},
       {"-enable-pretty-printing", make<GdbSetUnsetCmd>},
       {"-exec-arguments", make<EnvironmentCmd>},
       {"-file-list-exec-source-file", make<EngineQueryCmd>},

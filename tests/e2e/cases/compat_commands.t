@@ -50,8 +50,10 @@ args: --interpreter=mi $SAMPLE
 > 17-stack-info-frame
 <~ 17\^done,frame=\{level="1",.*func="main".*
 < (gdb)
+> 18-data-write-memory-bytes &round 07000000
+<+ 18^done
 > 18-data-read-memory-bytes &round 4
-<~ 18\^done,memory=\[\{begin="0x[0-9a-f]+",offset="0x0+",end="0x[0-9a-f]+",contents="00000000"\}\]
+<~ 18\^done,memory=\[\{begin="0x[0-9a-f]+",offset="0x0+",end="0x[0-9a-f]+",contents="07000000"\}\]
 < (gdb)
 > 19-thread-select
 <+ 19^error,msg="-thread-select: USAGE: threadnum."
