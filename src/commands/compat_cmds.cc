@@ -44,12 +44,13 @@ const std::map<std::string, CompatFactory>& compatTable() {
   return table;
 }
 
-// The last blank-separated word of `line`, or empty when that is the command word itself.
+// The last blank-separated word of `line`, or empty when that is the command word itself (or
+// an option).
 std::string lastArgument(const std::string& line) {
   const size_t end = line.find_last_not_of(" \t\r\n");
   if (end == std::string::npos) return "";
   const size_t blank = line.find_last_of(" \t", end);
-  if (blank == std::string::npos) return "";
+  if (blank == std::string::npos || line[blank + 1] == '-') return "";
   return line.substr(blank + 1, end - blank);
 }
 
