@@ -6,6 +6,7 @@
 #include "base/log.h"
 #include "base/signals.h"
 #include "commands/break_cmds.h"
+#include "commands/compat_cmds.h"
 #include "commands/data_cmds.h"
 #include "commands/exec_cmd.h"
 #include "commands/exit_cmd.h"
@@ -174,6 +175,7 @@ bool MiSession::parseCmd(const std::string& line, MiCmdQueue& queue) {
     ctrl.sendToUser(kPrompt);
     return true;
   }
+  if (parseCompatCmd(word, line, queue)) return true;
   const auto& table = dispatchTable();
   auto row = table.find(word);
   if (row == table.end()) {
