@@ -24,7 +24,10 @@ void MiCmd::reply(MiSession& session, const std::string& record) {
 
 bool MiCmd::findThread(MiSession& session, const std::string& userThreadId, std::string& zubId,
                        std::string& engineThreadId) {
-  if (session.threadIdTable.fromExtThreadId(userThreadId, zubId, engineThreadId)) return true;
+  // A thread of an engine that has ended is as unknown as one never seen.
+  if (session.threadIdTable.fromExtThreadId(userThreadId, zubId, engineThreadId) &&
+      session.ctrl.findZub(zubId))
+    return true;
   reportInvalidThreadIdError(session.ctrl, userThreadId, cmdId_);
   return false;
 }

@@ -1,17 +1,22 @@
 # A card engine killed during a run: the host is interrupted as after a first stop, the run ends
-# with the host's stop and the session goes on without the card.
+# with the host's stop and the session goes on without the card and its threads.
 in-process
 cards: 0=127.0.1.1
 spawn: vek 0 127.0.1.1
+host: banner =thread-created,id="1",group-id="i1",pid="100"
+card: banner =thread-created,id="1",group-id="i1",pid="200"
 host: on -exec-continue $TOKEN^running
 host: on SIGINT *stopped,reason="signal-received",signal-name="SIGINT",thread-id="1"
 card: on -exec-continue $TOKEN^running
 card: on -exec-continue @after 200 @exit KILL
 <+ =thread-group-added,id="i1"
 > 5-exec-continue
+< =thread-group-started,id="i1",type="process",pid="100"
+< =thread-created,id="1",group-id="i1",pid="100"
+< =thread-created,id="2",group-id="i1",pid="200"
 < 5^running
 <+ *running,thread-id="all"
 < 5*stopped,reason="signal-received",signal-name="SIGINT",thread-id="1"
-> 6-stack-info-depth
-<+ 6^done
+> 6-stack-info-depth --thread 2
+<+ 6^error,msg="Invalid thread: 2"
 log: The output of vek1 has ended.
