@@ -3,6 +3,7 @@
 #include <set>
 #include <string_view>
 
+#include "base/compat.h"
 #include "base/log.h"
 #include "base/silencer.h"
 #include "commands/errors.h"
@@ -104,6 +105,12 @@ bool BreakInsertCmd::launchCmd(MiSession& session) {
     replaceCmdThreadId(cmdText, "", line);
   else if (!threadGroupId.empty())
     replaceCmdThreadGroupId(cmdText, "", line);
+  // Clients of the gdb-compatible mode never ask for a pending breakpoint, yet code that only a
+  // card runs is not loaded anywhere when its breakpoint is set: every insert may be pending.
+  if (gdbCompatible() && line.find(" -f ") == std::string::npos) {
+    const size_t word = line.find(cmdName);
+    if (word != std::string::npos) line.insert(word + cmdName.size(), " -f");
+  }
   if (!sendToEveryEngine(session, line)) return false;
   // With no engine at all nobody will answer: say so rather than stay silent.
   if (pendingZubIds.empty()) return replyToUser(session);

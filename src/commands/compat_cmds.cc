@@ -39,6 +39,7 @@ const std::map<std::string, CompatFactory>& compatTable() {
       {"-stack-list-variables", make<StackCmd>},
       {"-stack-select-frame", make<StackCmd>},
       {"-symbol-info-functions", make<EngineQueryCmd>},
+      {"-target-select", make<EngineQueryCmd>},
       {"-thread-select", make<ThreadSelectCmd>},
   };
   return table;

@@ -1,7 +1,8 @@
 # The gdb-compatible mode over stock gdb: the commands clients send that the ordinary table
 # lacks. The feature list keeps only what is served; the version reaches the user as console
 # output; a watchpoint takes the next user number (after the offload breakpoint's, which the
-# breakpoint list hides); a frame selected in the thread shows in the frame query.
+# breakpoint list hides); a frame selected in the thread shows in the frame query; an insert
+# where nothing is loaded yet is pending.
 engine: gdb
 env: WEM_COMPAT=gdb
 args: --interpreter=mi $SAMPLE
@@ -15,6 +16,8 @@ args: --interpreter=mi $SAMPLE
 < (gdb)
 > 3-enable-pretty-printing
 <+ 3^done
+> 31-target-select native
+<+ 31^connected
 > 4-exec-arguments a b
 <+ 4^done
 > 5-gdb-show args
@@ -57,3 +60,7 @@ args: --interpreter=mi $SAMPLE
 < (gdb)
 > 19-thread-select
 <+ 19^error,msg="-thread-select: USAGE: threadnum."
+> 20-break-insert --source nofile.c --line 3
+< &"No source file named nofile.c.\n"
+<~ 20\^done,bkpt=\{number="\d+",.*pending="-source nofile.c -line 3".*\}
+< (gdb)

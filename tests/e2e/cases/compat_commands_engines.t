@@ -28,11 +28,11 @@ host2: on -break-watch $TOKEN^done,wpt={number="6",exp="x"}
 <+ 5^done
 > 6-break-delete 2
 <+ 6^done
-i1: 1-break-insert main
+i1: 1-break-insert -f main
 i1: 2-break-list
 i1: <SIGINT>
 i1: -gdb-exit
-i2: 1-break-insert main
+i2: 1-break-insert -f main
 i2: 2-break-list
 i2: 3-thread-select 7
 i2: 4-break-watch x
