@@ -106,8 +106,6 @@ class SessionDriver {
     // answer with the end of their output.
     closeEngines();
     session.stop();
-    for (FakeEngine& engine : engines)
-      if (engine.fd >= 0) close(engine.fd);
   }
 
   void run() {
