@@ -65,7 +65,7 @@ fuzz: deps
 	cmake --build build-fuzz -j $(JOBS) --target $(foreach t,$(FUZZ_TARGETS),$(word 1,$(subst :, ,$(t))))
 	@for entry in $(FUZZ_TARGETS); do \
 	  target=$${entry%%:*}; seeds=$${entry#*:}; \
-	  echo "== $$target"; mkdir -p fuzz-out/$$target; \
+	  echo "== $$target"; mkdir -p fuzz-out/$$target/corpus; \
 	  build-fuzz/bin/$$target -max_total_time=$(FUZZ_SECONDS) -max_len=4096 -timeout=30 \
 	    -artifact_prefix=fuzz-out/$$target/ fuzz-out/$$target/corpus fuzz/$$seeds || exit 1; \
 	done
