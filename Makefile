@@ -2,7 +2,7 @@
 # make demo     build, then run a scripted MI session through wem against stock gdb, on a
 #               simulated card where namespaces are allowed
 # make bench    build and run the benchmarks
-# make fuzz     build and run the MI parser fuzzer for FUZZ_SECONDS
+# make fuzz     build and run every fuzz target (MI parser, session) for FUZZ_SECONDS each
 # SANITIZE=address,undefined (or thread) builds and tests in build-<sanitizers> instead of build.
 
 SANITIZE ?=
@@ -56,14 +56,19 @@ bench: deps
 	@for b in build-bench/bin/bench_*; do echo "== $$b"; $$b || exit 1; done
 	@[ ! -x bench/run_session_bench.sh ] || sh bench/run_session_bench.sh build-bench
 
+# Each target keeps what it learns in fuzz-out/<target>/ and starts from its seeds in fuzz/.
+FUZZ_TARGETS := fuzz_mi_parser:corpus fuzz_session:session_corpus
+
 fuzz: deps
 	$(call install_missing,$(FUZZ_PACKAGES))
 	CC=clang CXX=clang++ cmake -S . -B build-fuzz -G Ninja -DWEM_FUZZ=ON -DWEM_TESTS=OFF
-	cmake --build build-fuzz -j $(JOBS) --target fuzz_mi_parser
-	mkdir -p fuzz-out/corpus
-	build-fuzz/bin/fuzz_mi_parser -max_total_time=$(FUZZ_SECONDS) -max_len=4096 \
-	  -artifact_prefix=fuzz-out/ \
-	  fuzz-out/corpus fuzz/corpus
+	cmake --build build-fuzz -j $(JOBS) --target $(foreach t,$(FUZZ_TARGETS),$(word 1,$(subst :, ,$(t))))
+	@for entry in $(FUZZ_TARGETS); do \
+	  target=$${entry%%:*}; seeds=$${entry#*:}; \
+	  echo "== $$target"; mkdir -p fuzz-out/$$target/corpus; \
+	  build-fuzz/bin/$$target -max_total_time=$(FUZZ_SECONDS) -max_len=4096 -timeout=30 \
+	    -artifact_prefix=fuzz-out/$$target/ fuzz-out/$$target/corpus fuzz/$$seeds || exit 1; \
+	done
 
 format-check:
 	@files=$$(git ls-files '*.cc' '*.h'); clang-format --dry-run -Werror $$files

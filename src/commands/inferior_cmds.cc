@@ -108,6 +108,12 @@ bool TargetAttachCmd::translateRecord(MiSession& session, const std::string& zub
   return false;
 }
 
+void TargetAttachCmd::zubEnded(MiSession& session, const std::string& zubId) {
+  if (pendingZubIds.erase(zubId) == 0) return;
+  resultClass.clear();
+  reportInternalError(session.ctrl, cmdId());
+}
+
 bool TargetAttachCmd::interruptCmd(MiSession& session) {
   for (const std::string& zubId : pendingZubIds) session.ctrl.sendSignalToZub(zubId, SIGINT);
   return true;

@@ -48,6 +48,8 @@ class TargetAttachCmd : public MiCmd {
   // Signals SIGINT to the engine still attaching; the command keeps waiting for its result.
   bool interruptCmd(MiSession& session) override;
   bool isFinished() const override { return pendingZubIds.empty(); }
+  // The attaching engine died without a result: "Internal error", and no result class.
+  void zubEnded(MiSession& session, const std::string& zubId) override;
 
   std::string resultClass;  // class word of the last result record taken
   std::set<std::string> pendingZubIds;

@@ -124,6 +124,12 @@ bool CtrlModule::spawnZub(const char* file, const char** argv, const std::string
                           std::string& id) {
   for (const char** arg = argv; *arg != nullptr; ++arg) log << "  '" << *arg << "'";
   log << std::endl;
+  if (zubFactory) {
+    const boost::shared_ptr<ZubModule> zub = zubFactory(argv);
+    if (!zub) return false;
+    registerZub(zub, prefix, id);
+    return true;
+  }
 
   // All close-on-exec, so no engine inherits another engine's pipes. `started` closes in the
   // child at exec (or exit), which tells us the child has its own process group by then; a
@@ -167,15 +173,20 @@ bool CtrlModule::spawnZub(const char* file, const char** argv, const std::string
     writeDiagnostic(log,
                     std::string("Error: Cannot execute ") + file + ": " + std::strerror(execError));
 
-  boost::shared_ptr<ZubModule> zub(
-      new ZubModule(fdopen(fromZub[0], "r"), fdopen(toZub[1], "w"), pid));
+  registerZub(boost::shared_ptr<ZubModule>(
+                  new ZubModule(fdopen(fromZub[0], "r"), fdopen(toZub[1], "w"), pid)),
+              prefix, id);
+  return true;
+}
+
+void CtrlModule::registerZub(const boost::shared_ptr<ZubModule>& zub, const std::string& prefix,
+                             std::string& id) {
   zub->zubOutput.setWakeup(&mainWakeup);
   zub->start();
   unsigned int number = 1;
   while (zubs.count(prefix + std::to_string(number)) != 0) ++number;
   id = prefix + std::to_string(number);
   zubs[id] = zub;
-  return true;
 }
 
 bool CtrlModule::sendToZub(const std::string& id, const std::string& text) {
@@ -318,5 +329,6 @@ void CtrlModule::flushUserOutput() {
 
 void CtrlModule::waitForEvent(std::chrono::milliseconds limit) {
   flushUserOutput();
+  if (beforeWait) beforeWait();
   mainWakeup.wait(limit);
 }

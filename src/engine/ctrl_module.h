@@ -1,6 +1,7 @@
 #pragma once
 #include <boost/shared_ptr.hpp>
 #include <cstdio>
+#include <functional>
 #include <map>
 #include <ostream>
 #include <set>
@@ -87,7 +88,17 @@ class CtrlModule {
   // The registered engine, or null for an unknown id.
   boost::shared_ptr<ZubModule> findZub(const std::string& id) const;
 
+  // Seams for a driver that runs sessions in process without children (the session fuzzer).
+  // With `zubFactory` set, spawnZub starts no process: it registers the engine the factory
+  // makes from the argument vector, or fails when it makes none. `beforeWait` runs on the main
+  // thread each time waitForEvent is about to sleep, so the driver can supply the next event.
+  std::function<boost::shared_ptr<ZubModule>(const char** argv)> zubFactory;
+  std::function<void()> beforeWait;
+
  private:
+  // Starts the engine's threads and registers it under the next free id of `prefix`.
+  void registerZub(const boost::shared_ptr<ZubModule>& zub, const std::string& prefix,
+                   std::string& id);
   // Logs, once, the lines the channel dropped for their length.
   void reportDroppedLines(IOModule& channel, const std::string& from);
 

@@ -34,6 +34,10 @@ void MiSession::start(const char** argv) {
     return;
   }
   currentZubId = id;
+  serve();
+}
+
+void MiSession::serve() {
   if (exitRequested) return;
   for (;;) {
     if (sigIntPending) clearSigInt();

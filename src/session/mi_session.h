@@ -35,6 +35,9 @@ class MiSession {
   // Card discovery, the host engine as group "i1", then the main loop until the exit command, a
   // quit or terminate signal, or a fatal failure ends it.
   void start(const char** argv);
+  // The main loop of start(), over the engines registered so far: user lines become commands,
+  // each run to completion, until the exit command, a quit or terminate signal, or a fatal failure.
+  void serve();
   // Interrupts every registered engine, asks it to exit and waits for it to end. Thread-group
   // records are left alone and nothing is announced.
   void stop();
