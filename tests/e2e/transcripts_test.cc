@@ -23,8 +23,8 @@ const std::string kCases = WEM_SOURCE_DIR "/tests/e2e/cases";
 
 struct Step {
   int line;
-  std::string verb;  // ">", "<", "<~", "<...", "!", "sleep", "quiet", "eof", "exit"
-  std::string text;
+  std::string verb;  // ">", "<", "<~", "<...", "!", "sleep", "quiet", "eof", "close", "exit"
+  std::string text;  // for ">": the bytes to write, line end included
 };
 
 struct Case {
@@ -50,63 +50,102 @@ std::vector<std::string> words(const std::string& text) {
   return all;
 }
 
+// Long failure texts are cut: cases send megabyte lines and floods.
+std::string shown(const std::string& text) {
+  return text.size() <= 2000
+             ? text
+             : text.substr(0, 2000) + "... (" + std::to_string(text.size()) + " bytes)";
+}
+
+// Names, then pieces repeated ("{x*1048576}").
 std::string expand(std::string text, const std::string& dir) {
+  static const boost::regex repeat(R"(\{([^{}]*)\*(\d+)\})");
   boost::replace_all(text, "$DIR", dir);
   boost::replace_all(text, "$SRC", WEM_SOURCE_DIR);
   boost::replace_all(text, "$BUILD", WEM_BINARY_DIR);
   boost::replace_all(text, "$SAMPLE", WEM_BINARY_DIR "/bin/sample");
-  return text;
+  return boost::regex_replace(text, repeat, [](const boost::smatch& m) {
+    std::string all;
+    for (int n = std::stoi(m[2]); n > 0; --n) all += m[1];
+    return all;
+  });
+}
+
+// Any byte, written "\x00"; made after a line is parsed, so that it may even be a line end.
+std::string bytes(const std::string& text) {
+  static const boost::regex byte(R"(\\x([0-9a-fA-F]{2}))");
+  return boost::regex_replace(text, byte, [](const boost::smatch& m) {
+    return std::string(1, static_cast<char>(std::stoi(m[1], nullptr, 16)));
+  });
 }
 
 // Set-up and check lines are "key: text"; the rest are conversation steps.
-bool parseCase(const std::string& path, const std::string& dir, Case& c) {
+bool parseLine(std::string line, int number, Case& c) {
   static const boost::regex keyed(
       R"(^(host\d*|card\d*|args|wrap|env|engine|file|cards|spawn|log|stderr|i\d+|vek\d+):(?: (.*))?$)");
-  static const boost::regex step(R"(^(>|<~|<\.\.\.|<\+|<|!|sleep|quiet|eof|exit)(?: (.*))?$)");
+  static const boost::regex step(
+      R"(^(>|<~|<\.\.\.|<\+|<|!|sleep|quiet|eof|close|exit)(?: (.*))?$)");
+  // "$" keeps a trailing blank visible; "\c" (as in echo) drops the line end of ">" and "file:".
+  if (line.ends_with(" $")) line.pop_back();
+  const bool open = line.ends_with("\\c");
+  if (open) line.resize(line.size() - 2);
+  const std::string end = open ? "" : "\n";
+  boost::smatch m;
+  if (line == "in-process") {
+    c.inProcess = true;
+  } else if (boost::regex_match(line, m, keyed)) {
+    const std::string key = m[1], text = bytes(m[2]);
+    const size_t blank = text.find(' '), equals = text.find('=');
+    if (key.starts_with("host") || (key.starts_with("card") && key != "cards"))
+      c.scenarios[(key[0] == 'h' ? "i" : "vek") + key.substr(4)] += text + "\n";
+    else if (key == "args" || key == "wrap")
+      (key == "args" ? c.args : c.wrap) = words(text);
+    else if (key == "env")
+      c.env[text.substr(0, equals)] = text.substr(equals + 1);
+    else if (key == "engine")
+      c.engine = text == "zub-gdb" ? WEM_BINARY_DIR "/bin/zub-gdb" : text;
+    else if (key == "file")
+      c.files[text.substr(0, blank)] += text.substr(blank + 1) + end;
+    else if (key == "cards")
+      for (const std::string& card : words(text))
+        c.cards.emplace_back(card.substr(0, card.find('=')), card.substr(card.find('=') + 1));
+    else if (key == "spawn")
+      c.spawns.push_back(words(text));
+    else if (key == "log")
+      c.logged.push_back(text);
+    else if (key == "stderr")
+      c.stderrText += text + "\n";
+    else
+      c.received[key] += text + "\n";
+  } else if (boost::regex_match(line, m, step)) {
+    // "<+" is a reply: the record, then its prompt; a line end in a "<" text splits it.
+    const std::string verb = m[1] == "<+" ? "<" : std::string(m[1]), text = bytes(m[2]);
+    if (verb == ">") return c.steps.push_back({number, verb, text + end}), true;
+    std::istringstream lines(m[1] == "<+" ? text + "\n(gdb)" : text);
+    for (std::string part; std::getline(lines, part);) c.steps.push_back({number, verb, part});
+    if (text.empty()) c.steps.push_back({number, verb, ""});
+  } else {
+    return false;
+  }
+  return true;
+}
+
+// A line "N* LINE" counts as N lines LINE.
+bool parseCase(const std::string& path, const std::string& dir, Case& c) {
+  static const boost::regex times(R"(^(\d+)\* (.*)$)");
   std::ifstream in(path);
   int number = 0;
   for (std::string line; std::getline(in, line);) {
     ++number;
     if (line.empty() || line[0] == '#') continue;
     line = expand(line, dir);
-    if (line.ends_with(" $")) line.pop_back();  // "$" keeps a line's trailing blank visible
     boost::smatch m;
-    if (line == "in-process") {
-      c.inProcess = true;
-    } else if (boost::regex_match(line, m, keyed)) {
-      const std::string key = m[1], text = m[2];
-      if (key.starts_with("host") || (key.starts_with("card") && key != "cards"))
-        c.scenarios[(key[0] == 'h' ? "i" : "vek") + key.substr(4)] += text + "\n";
-      else if (key == "args")
-        c.args = words(text);
-      else if (key == "wrap")
-        c.wrap = words(text);
-      else if (key == "env")
-        c.env[text.substr(0, text.find('='))] = text.substr(text.find('=') + 1);
-      else if (key == "engine")
-        c.engine = text == "zub-gdb" ? WEM_BINARY_DIR "/bin/zub-gdb" : text;
-      else if (key == "file")
-        c.files[text.substr(0, text.find(' '))] += text.substr(text.find(' ') + 1) + "\n";
-      else if (key == "cards")
-        for (const std::string& card : words(text))
-          c.cards.emplace_back(card.substr(0, card.find('=')), card.substr(card.find('=') + 1));
-      else if (key == "spawn")
-        c.spawns.push_back(words(text));
-      else if (key == "log")
-        c.logged.push_back(text);
-      else if (key == "stderr")
-        c.stderrText += text + "\n";
-      else
-        c.received[key] += text + "\n";
-    } else if (boost::regex_match(line, m, step)) {
-      // "<+" is a reply: the record, then its prompt.
-      const bool reply = m[1] == "<+";
-      c.steps.push_back({number, reply ? "<" : std::string(m[1]), m[2]});
-      if (reply) c.steps.push_back({number, "<", "(gdb)"});
-    } else {
-      ADD_FAILURE() << path << ":" << number << ": cannot read: " << line;
-      return false;
-    }
+    const bool repeated = boost::regex_match(line, m, times);
+    for (int n = repeated ? std::stoi(m[1]) : 1; n > 0; --n)
+      if (!parseLine(repeated ? m[2].str() : line, number, c)) {
+        ADD_FAILURE() << path << ":" << number << ": cannot read: " << shown(line);
+        return false;
+      }
   }
   return true;
 }
@@ -139,13 +178,13 @@ class ProgramPeer : public Peer {
   }
   ~ProgramPeer() override { finish(); }
 
-  bool send(const std::string& line) override {
-    see();
-    return child.write(line + "\n");
+  bool send(const std::string& text) override {
+    see(false);
+    return child.write(text);
   }
   bool readLine(std::string& line) override {
     const bool read = child.readLine(line);
-    see();
+    see(false);
     return read;
   }
   std::string unread() override { return child.unread(); }
@@ -155,6 +194,7 @@ class ProgramPeer : public Peer {
     if (step.verb == "!") return kSignals.count(step.text) && child.signal(kSignals.at(step.text));
     if (step.verb == "quiet") return child.staysQuiet(Ms(std::stoi(step.text)));
     if (step.verb == "eof") return child.endsHere();
+    if (step.verb == "close") return child.closeStdin(), true;
     if (step.verb != "exit") return false;
     exited = child.exitCode() == std::stoi(step.text);
     return exited;
@@ -165,7 +205,7 @@ class ProgramPeer : public Peer {
     if (ended) return {};
     ended = true;
     if (!exited) {
-      see();
+      see(true);
       child.signal(SIGKILL);
     }
     for (const auto& [name, pid] : e2e::fakeEngines(dir.path()))
@@ -181,8 +221,11 @@ class ProgramPeer : public Peer {
 
  private:
   // Engines lead sessions of their own, so a group kill misses them: every process below the
-  // program, found by parent, is remembered.
-  void see() {
+  // program, found by parent, is remembered. Looks at most every 20 ms unless `now`: cases
+  // exchange thousands of lines.
+  void see(bool now) {
+    if (!now && std::chrono::steady_clock::now() < nextLook) return;
+    nextLook = std::chrono::steady_clock::now() + Ms(20);
     std::multimap<pid_t, pid_t> children;
     for (const auto& entry : fs::directory_iterator("/proc")) {
       if (!isdigit(entry.path().filename().string()[0])) continue;  // "self" and the like
@@ -208,6 +251,7 @@ class ProgramPeer : public Peer {
   bool exited = false;
   bool ended = false;
   std::set<pid_t> seen;  // every process the program started that the case saw
+  std::chrono::steady_clock::time_point nextLook;
 };
 
 class InProcessPeer : public Peer {
@@ -227,8 +271,8 @@ class InProcessPeer : public Peer {
                                 ? rig.spawnCard(spawn[1], spawn[2], zubId)
                                 : spawn.size() == 1 && spawn[0] == "i" && rig.spawnHost(zubId));
   }
-  bool send(const std::string& line) override {
-    rig.run(line);
+  bool send(const std::string& text) override {
+    rig.run(text.substr(0, text.find('\n')));
     output += rig.userOutput();
     return true;
   }
@@ -271,11 +315,11 @@ void converse(const std::string& path, const Case& c, Peer& peer) {
         if (!matched && !skip) break;
       }
       if (!matched)
-        return ADD_FAILURE() << where << "expected " << step.verb << " " << step.text
-                             << "\n  got: " << line << "\n  then: " << peer.unread();
+        return ADD_FAILURE() << where << "expected " << step.verb << " " << shown(step.text)
+                             << "\n  got: " << shown(line) << "\n  then: " << shown(peer.unread());
     } else if (!peer.control(step)) {
       return ADD_FAILURE() << where << step.verb << " " << step.text
-                           << " failed; unread: " << peer.unread();
+                           << " failed; unread: " << shown(peer.unread());
     }
   }
 }
@@ -288,7 +332,7 @@ void checkLog(const std::string& path, const Case& c, const std::vector<std::str
       std::string alike;  // lines that begin the same way, to show what was logged instead
       for (const std::string& logged : log)
         if (logged.compare(0, 12, line, 0, 12) == 0) alike += "\n  " + logged;
-      return ADD_FAILURE() << path << ": the log lacks (in order): " << line << alike;
+      return ADD_FAILURE() << path << ": the log lacks (in order): " << shown(line) << shown(alike);
     }
     ++at;
   }
@@ -321,7 +365,8 @@ TEST_P(Transcript, Runs) {
   converse(path, c, *peer);
   checkLog(path, c, peer->finish());
   for (const auto& [name, text] : c.received)
-    EXPECT_EQ(e2e::readFile(dir.file(name + ".in")), text) << "received by " << name;
+    if (const std::string got = e2e::readFile(dir.file(name + ".in")); got != text)
+      ADD_FAILURE() << name << " received:\n" << shown(got) << "\ninstead of:\n" << shown(text);
   const std::string errors = e2e::readFile(dir.file("stderr"));
   EXPECT_TRUE(c.stderrText.empty() || errors == c.stderrText) << "standard error: " << errors;
 }
