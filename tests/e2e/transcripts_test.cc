@@ -84,7 +84,7 @@ bool parseLine(std::string line, int number, Case& c) {
   static const boost::regex keyed(
       R"(^(host\d*|card\d*|args|wrap|env|engine|file|cards|spawn|log|stderr|i\d+|vek\d+):(?: (.*))?$)");
   static const boost::regex step(
-      R"(^(>|<~|<\.\.\.|<\+|<|!|sleep|quiet|eof|close|exit)(?: (.*))?$)");
+      R"(^(>|<~|<\.\.\.|<\+|<running|<|!|sleep|quiet|eof|close|exit)(?: (.*))?$)");
   // "$" keeps a trailing blank visible; "\c" (as in echo) drops the line end of ">" and "file:".
   if (line.ends_with(" $")) line.pop_back();
   const bool open = line.ends_with("\\c");
@@ -118,10 +118,13 @@ bool parseLine(std::string line, int number, Case& c) {
     else
       c.received[key] += text + "\n";
   } else if (boost::regex_match(line, m, step)) {
-    // "<+" is a reply: the record, then its prompt; a line end in a "<" text splits it.
-    const std::string verb = m[1] == "<+" ? "<" : std::string(m[1]), text = bytes(m[2]);
+    // Replies end in a prompt ("<+"), a run's also announces it; a line end in a text splits it.
+    static const std::map<std::string, std::string> kReplies = {
+        {"<+", "\n(gdb)"}, {"<running", "^running\n*running,thread-id=\"all\"\n(gdb)"}};
+    const auto reply = kReplies.find(m[1]);
+    const std::string verb = reply != kReplies.end() ? "<" : std::string(m[1]), text = bytes(m[2]);
     if (verb == ">") return c.steps.push_back({number, verb, text + end}), true;
-    std::istringstream lines(m[1] == "<+" ? text + "\n(gdb)" : text);
+    std::istringstream lines(reply != kReplies.end() ? text + reply->second : text);
     for (std::string part; std::getline(lines, part);) c.steps.push_back({number, verb, part});
     if (text.empty()) c.steps.push_back({number, verb, ""});
   } else {

@@ -27,8 +27,7 @@ card: on SIGINT *stopped,reason="signal-received",thread-id="1"
 > 1-break-insert main
 <+ 1^done,bkpt={number="1",type="breakpoint",func="main",on="card"}
 > 2-exec-run
-< 2^running
-<+ *running,thread-id="all"
+<running 2
 < 2*stopped,reason="breakpoint-hit",thread-id="1"
 > 3-break-insert --thread 1 tick
 <+ 3^done,bkpt={number="3",type="breakpoint",func="tick",on="card"}

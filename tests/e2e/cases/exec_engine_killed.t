@@ -9,8 +9,7 @@ card: on -exec-continue $TOKEN^running
 card: on -exec-continue @after 200 @exit KILL
 <+ =thread-group-added,id="i1"
 > 5-exec-continue
-< 5^running
-<+ *running,thread-id="all"
+<running 5
 < 5*stopped,reason="signal-received",signal-name="SIGINT",thread-id="1"
 > 6-stack-info-depth
 <+ 6^done

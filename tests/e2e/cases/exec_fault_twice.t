@@ -3,8 +3,7 @@ host: on -exec-continue $TOKEN^running
 host: on -exec-continue $TOKEN^running
 <+ =thread-group-added,id="i1"
 > 4-exec-continue
-< 4^running
-<+ *running,thread-id="all"
+<running 4
 eof
 exit 0
 log: Unexpected result from i1.

@@ -40,8 +40,7 @@ card2: on attach $TOKEN^error,msg="ptrace: No such process."
 > 3-break-disable 2
 <+ 3^done
 > 4-exec-run
-< 4^running
-<+ *running,thread-id="all"
+<running 4
 < ~"Attaching VEK process...\n"
 < ~"VEK card number is 0.\n"
 < ~"VEK Pid is 4242.\n"
@@ -50,12 +49,10 @@ card2: on attach $TOKEN^error,msg="ptrace: No such process."
 < ~"VEK process is attached.\n"
 < 4*stopped,reason="breakpoint-hit",frame={func="main"},thread-id="2"
 > 5-exec-next
-< 5^running
-<+ *running,thread-id="all"
+<running 5
 < 5*stopped,reason="offload-end"
 > 6-exec-next
-< 6^running
-<+ *running,thread-id="all"
+<running 6
 < ~"Attaching VEK process...\n"
 < ~"VEK card number is 0.\n"
 < ~"VEK Pid is 4242.\n"
@@ -64,8 +61,7 @@ card2: on attach $TOKEN^error,msg="ptrace: No such process."
 < ~"Attach command failed.\n"
 < 6*stopped,reason="offload-start"
 > 7-exec-continue
-< 7^running
-<+ *running,thread-id="all"
+<running 7
 < 7*stopped,reason="exited-normally"
 i1: 1-break-insert main
 i1: 2-break-insert kernel

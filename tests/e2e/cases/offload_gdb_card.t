@@ -23,8 +23,7 @@ args: --interpreter=mi $BUILD/bin/offload_host
 > 5-break-delete 2
 <+ 5^done
 > 6-exec-next
-< 6^running
-<+ *running,thread-id="all"
+<running 6
 < *running,thread-id="all"
 < ~"Attaching VEK process...\n"
 < ~"VEK card number is 0.\n"
