@@ -23,7 +23,7 @@ const std::string kCases = WEM_SOURCE_DIR "/tests/e2e/cases";
 
 struct Step {
   int line;
-  std::string verb;  // ">", "<", "<~", "<...", "!", "sleep", "quiet", "eof", "close", "exit"
+  std::string verb;  // ">", "<", "<~", "<...", "!", "sleep", "quiet", "close", "end", "exit"
   std::string text;  // for ">": the bytes to write, line end included
 };
 
@@ -84,7 +84,7 @@ bool parseLine(std::string line, int number, Case& c) {
   static const boost::regex keyed(
       R"(^(host\d*|card\d*|args|wrap|env|engine|file|cards|spawn|log|stderr|i\d+|vek\d+):(?: (.*))?$)");
   static const boost::regex step(
-      R"(^(>|<~|<\.\.\.|<\+|<running|<|!|sleep|quiet|eof|close|exit)(?: (.*))?$)");
+      R"(^(>|<~|<\.\.\.|<\+|<running|<|!|sleep|quiet|close|end|exit)(?: (.*))?$)");
   // "$" keeps a trailing blank visible; "\c" (as in echo) drops the line end of ">" and "file:".
   if (line.ends_with(" $")) line.pop_back();
   const bool open = line.ends_with("\\c");
@@ -196,10 +196,10 @@ class ProgramPeer : public Peer {
         {"SIGINT", SIGINT}, {"SIGTERM", SIGTERM}, {"SIGQUIT", SIGQUIT}, {"SIGKILL", SIGKILL}};
     if (step.verb == "!") return kSignals.count(step.text) && child.signal(kSignals.at(step.text));
     if (step.verb == "quiet") return child.staysQuiet(Ms(std::stoi(step.text)));
-    if (step.verb == "eof") return child.endsHere();
     if (step.verb == "close") return child.closeStdin(), true;
-    if (step.verb != "exit") return false;
-    exited = child.exitCode() == std::stoi(step.text);
+    if (step.verb == "end" && !child.endsHere()) return false;
+    if (step.verb != "exit" && step.verb != "end") return false;
+    exited = child.exitCode() == (step.verb == "end" ? 0 : std::stoi(step.text));
     return exited;
   }
   // Ends the program and every process it started (engines and what they debug); after a clean

@@ -48,8 +48,7 @@ quiet 200
 > 21quit
 < =thread-group-removed,id="i1"
 < 21^exit
-eof
-exit 0
+end
 i1: 1-gdb-set {x*1048576}
 i1: 3-gdb-set \x01\xff\x00\x7f end\x0d
 i1: 13-gdb-set confirm off

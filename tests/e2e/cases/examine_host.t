@@ -57,8 +57,7 @@ host: on -data-list-register-values $TOKEN^done,register-values=[{number="7",val
 > 22-gdb-exit
 < =thread-group-removed,id="i1"
 < 22^exit
-eof
-exit 0
+end
 i1: 1-var-create var0 * pt
 i1: 2-var-create pt * nosuch
 i1: 3-var-create pt * pt

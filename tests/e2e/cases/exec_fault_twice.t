@@ -4,7 +4,6 @@ host: on -exec-continue $TOKEN^running
 <+ =thread-group-added,id="i1"
 > 4-exec-continue
 <running 4
-eof
-exit 0
+end
 log: Unexpected result from i1.
 log: 'checkOutputOfZubs' failed.

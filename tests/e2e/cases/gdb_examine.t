@@ -61,5 +61,4 @@ args: --interpreter=mi $SAMPLE
 > 20-gdb-exit
 < =thread-group-removed,id="i1"
 < 20^exit
-eof
-exit 0
+end

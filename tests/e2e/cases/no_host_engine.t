@@ -1,7 +1,6 @@
 # Without a host engine configured the program says so on standard error only, and ends.
 env: ZUBC_HOST=
-eof
-exit 0
+end
 log: ZUBC_HOST is not defined.
 log: Failed to spawn Zub.
 stderr: Error: ZUBC_HOST is not defined.

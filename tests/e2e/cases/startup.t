@@ -14,8 +14,7 @@ close
 <+ 3^done
 quiet 300
 ! SIGTERM
-eof
-exit 0
+end
 i1: 3-gdb-set a
 i1: <SIGINT>
 i1: -gdb-exit

@@ -22,5 +22,4 @@ host: on#1 -gdb-set $TOKEN^done
 > -gdb-exit
 < =thread-group-removed,id="i1"
 < ^exit
-eof
-exit 0
+end
