@@ -1,9 +1,13 @@
 // Runs every transcript case of tests/e2e/cases (format: tests/README.md), each a test of its
 // own: the program as a child process against fake engines or stock gdb, or a session in
 // process where the case needs card engines that the program does not start by itself.
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <signal.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <boost/algorithm/string/replace.hpp>
 #include <boost/regex.hpp>
@@ -15,9 +19,12 @@
 #include "support/e2e.h"
 #include "support/session_rig.h"
 
+extern char** environ;
+
 namespace {
 
 namespace fs = std::filesystem;
+using Clock = std::chrono::steady_clock;
 using e2e::Ms;
 
 const std::string kCases = WEM_SOURCE_DIR "/tests/e2e/cases";
@@ -154,82 +161,197 @@ bool parseCase(const std::string& path, const std::string& dir, Case& c) {
   return true;
 }
 
-// What a conversation talks to: the program as a child, or a session in process.
+// What a conversation talks to: the program as a child, or a session in process. Both cut
+// their output into lines here.
 class Peer {
  public:
   virtual ~Peer() = default;
-  virtual bool send(const std::string& line) = 0;
-  virtual bool readLine(std::string& line) = 0;
-  virtual std::string unread() = 0;
+  virtual bool send(const std::string& text) = 0;
   // Steps only a child process can take; false when the step fails or does not apply.
   virtual bool control(const Step& step) = 0;
   // Ends the program or session and everything it started; returns the log.
   virtual std::vector<std::string> finish() = 0;
+
+  // The next line without its newline; false when none comes before the deadline.
+  bool readLine(std::string& line) {
+    const auto deadline = Clock::now() + e2e::kTimeout;
+    size_t end;
+    while ((end = out.find('\n', consumed)) == std::string::npos)
+      if (!more(deadline)) return false;
+    line = out.substr(consumed, end - consumed);
+    consumed = end + 1;
+    return true;
+  }
+  std::string unread() {
+    more(Clock::now());
+    return out.substr(consumed);
+  }
   bool started = false;
+
+ protected:
+  // Adds output to `out`; false when none can come before the deadline.
+  virtual bool more(Clock::time_point deadline) = 0;
+  std::string out;
+  size_t consumed = 0;
 };
 
+int msLeft(Clock::time_point deadline) {
+  return static_cast<int>(
+      std::max<long>(0, std::chrono::ceil<Ms>(deadline - Clock::now()).count()));
+}
+
+// A child process, leader of its own process group, with stdin and stdout on pipes and stderr in
+// a file. Stdout is read only while the case waits for it, so everything runs on one thread;
+// writes keep reading stdout so that neither side can block the other. Ending kills the child,
+// and every process below it, by pid.
 class ProgramPeer : public Peer {
  public:
-  ProgramPeer(const Case& c, const e2e::TempDir& dir) : dir(dir) {
-    e2e::EnvChanges env = e2e::fakeEngineEnv(dir.path());
-    if (!c.engine.empty()) env["ZUBC_HOST"] = c.engine;
-    env["WEM_LOG"] = dir.file("wem.log");
-    for (const auto& [name, value] : c.env) env[name] = value;
-    std::vector<std::string> argv = c.wrap;
-    argv.push_back(WEM_BINARY);
-    argv.insert(argv.end(), c.args.begin(), c.args.end());
-    started = child.start(argv, env, dir.file("stderr"));
+  // argv[0] is searched in PATH when it has no "/"; a failed exec shows as exit status 127.
+  ProgramPeer(const std::vector<std::string>& argv, const e2e::EnvChanges& env,
+              const std::string& dir)
+      : dir(dir) {
+    started = start(argv, env, dir + "/stderr");
   }
-  ~ProgramPeer() override { finish(); }
+  ~ProgramPeer() override {
+    finish();
+    if (pid > 0) killpg(pid, SIGKILL);
+    if (stdinFd >= 0) close(stdinFd);
+    if (stdoutFd >= 0) close(stdoutFd);
+  }
 
   bool send(const std::string& text) override {
     see(false);
-    return child.write(text);
+    const auto deadline = Clock::now() + e2e::kTimeout;
+    for (size_t done = 0; done < text.size();) {
+      if (stdinFd < 0 || Clock::now() > deadline) return false;
+      const ssize_t n = ::write(stdinFd, text.data() + done, text.size() - done);
+      if (n > 0) {
+        done += static_cast<size_t>(n);
+      } else if (n < 0 && errno != EAGAIN && errno != EINTR) {
+        return false;
+      } else {  // the program may be blocked writing to us: read while we wait for room
+        pollfd fds[2] = {{stdinFd, POLLOUT, 0}, {outEof ? -1 : stdoutFd, POLLIN, 0}};
+        poll(fds, 2, std::min(msLeft(deadline), 100));
+        if (fds[1].revents) pump(0);
+      }
+    }
+    return true;
   }
-  bool readLine(std::string& line) override {
-    const bool read = child.readLine(line);
-    see(false);
-    return read;
-  }
-  std::string unread() override { return child.unread(); }
   bool control(const Step& step) override {
     static const std::map<std::string, int> kSignals = {
         {"SIGINT", SIGINT}, {"SIGTERM", SIGTERM}, {"SIGQUIT", SIGQUIT}, {"SIGKILL", SIGKILL}};
-    if (step.verb == "!") return kSignals.count(step.text) && child.signal(kSignals.at(step.text));
-    if (step.verb == "quiet") return child.staysQuiet(Ms(std::stoi(step.text)));
-    if (step.verb == "close") return child.closeStdin(), true;
-    if (step.verb == "end" && !child.endsHere()) return false;
+    if (step.verb == "!")
+      return kSignals.count(step.text) && !reaped && kill(pid, kSignals.at(step.text)) == 0;
+    if (step.verb == "close") {
+      close(stdinFd);
+      stdinFd = -1;
+      return true;
+    }
+    if (step.verb == "quiet" || step.verb == "end") {
+      const auto deadline =
+          Clock::now() + (step.verb == "end" ? e2e::kTimeout : Ms(std::stoi(step.text)));
+      while (!outEof && Clock::now() < deadline) pump(msLeft(deadline));
+      if (consumed != out.size() || (step.verb == "end" && !outEof)) return false;
+      if (step.verb == "quiet") return true;
+    }
     if (step.verb != "exit" && step.verb != "end") return false;
-    exited = child.exitCode() == (step.verb == "end" ? 0 : std::stoi(step.text));
+    exited = exitStatus() == (step.verb == "end" ? 0 : std::stoi(step.text));
     return exited;
+  }
+  // The exit code, or -1 when the child does not exit normally before the deadline.
+  int exitStatus() {
+    const auto deadline = Clock::now() + e2e::kTimeout;
+    while (!reaped) {
+      const pid_t done = waitpid(pid, &status, WNOHANG);
+      reaped = done == pid;
+      if (done < 0 || (!reaped && Clock::now() > deadline)) return -1;
+      if (!reaped) std::this_thread::sleep_for(Ms(2));
+    }
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
   }
   // Ends the program and every process it started (engines and what they debug); after a clean
   // exit none may be left.
   std::vector<std::string> finish() override {
-    if (ended) return {};
+    if (ended || pid <= 0) return {};
     ended = true;
     if (!exited) {
       see(true);
-      child.signal(SIGKILL);
+      killpg(pid, SIGKILL);
     }
-    for (const auto& [name, pid] : e2e::fakeEngines(dir.path()))
-      if (pid > 0) seen.insert(pid);
-    for (pid_t pid : seen) {
-      if (!exited) kill(pid, SIGKILL);
-      const bool gone = e2e::waitGone(pid);
-      EXPECT_TRUE(gone) << "process " << pid << " is still running";
-      if (!gone) kill(pid, SIGKILL);
+    if (!reaped) waitpid(pid, &status, 0);
+    for (const auto& [name, engine] : e2e::fakeEngines(dir))
+      if (engine > 0) seen.insert(engine);
+    for (pid_t below : seen) {
+      if (!exited) kill(below, SIGKILL);
+      const bool gone = e2e::waitGone(below);
+      EXPECT_TRUE(gone) << "process " << below << " is still running";
+      if (!gone) kill(below, SIGKILL);
     }
-    return e2e::readLogLines(dir.file("wem.log"));
+    return e2e::readLogLines(dir + "/wem.log");
   }
 
  private:
+  bool start(const std::vector<std::string>& argv, const e2e::EnvChanges& env,
+             const std::string& stderrPath) {
+    int in[2], outPipe[2];
+    if (argv.empty() || pipe2(in, O_CLOEXEC) != 0) return false;
+    if (pipe2(outPipe, O_CLOEXEC) != 0) return close(in[0]), close(in[1]), false;
+    // Everything the child needs is built before fork: only async-signal-safe calls follow it.
+    std::vector<std::string> envText, argText = argv;
+    for (char** entry = environ; *entry; ++entry)
+      if (std::string text = *entry; !env.count(text.substr(0, text.find('='))))
+        envText.push_back(text);
+    for (const auto& [name, value] : env)
+      if (value) envText.push_back(name + "=" + *value);
+    std::vector<char*> envp, args;
+    for (auto& text : envText) envp.push_back(text.data());
+    for (auto& text : argText) args.push_back(text.data());
+    envp.push_back(nullptr);
+    args.push_back(nullptr);
+    const int err = open(stderrPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    const pid_t child = fork();
+    if (child == 0) {
+      setpgid(0, 0);
+      signal(SIGPIPE, SIG_DFL);
+      signal(SIGINT, SIG_DFL);
+      dup2(in[0], 0);
+      dup2(outPipe[1], 1);
+      if (err >= 0) dup2(err, 2);
+      execvpe(args[0], args.data(), envp.data());
+      _exit(127);
+    }
+    if (err >= 0) close(err);
+    close(in[0]);
+    close(outPipe[1]);
+    stdinFd = in[1];
+    stdoutFd = outPipe[0];
+    if (child < 0) return false;
+    setpgid(child, child);  // both sides set it, so no signal can reach the old group
+    fcntl(stdinFd, F_SETFL, O_NONBLOCK);
+    pid = child;
+    return true;
+  }
+  bool more(Clock::time_point deadline) override {
+    if (outEof || Clock::now() > deadline) return false;
+    pump(msLeft(deadline));
+    see(false);
+    return true;
+  }
+  // Reads what stdout has within `ms` (0: only what is there).
+  void pump(int ms) {
+    pollfd fd{stdoutFd, POLLIN, 0};
+    if (outEof || poll(&fd, 1, ms) <= 0) return;
+    char buffer[65536];
+    const ssize_t n = read(stdoutFd, buffer, sizeof buffer);
+    if (n > 0) out.append(buffer, static_cast<size_t>(n));
+    outEof = n == 0 || (n < 0 && errno != EINTR);
+  }
   // Engines lead sessions of their own, so a group kill misses them: every process below the
   // program, found by parent, is remembered. Looks at most every 20 ms unless `now`: cases
   // exchange thousands of lines.
   void see(bool now) {
-    if (!now && std::chrono::steady_clock::now() < nextLook) return;
-    nextLook = std::chrono::steady_clock::now() + Ms(20);
+    if (pid <= 0 || (!now && Clock::now() < nextLook)) return;
+    nextLook = Clock::now() + Ms(20);
     std::multimap<pid_t, pid_t> children;
     for (const auto& entry : fs::directory_iterator("/proc")) {
       if (!isdigit(entry.path().filename().string()[0])) continue;  // "self" and the like
@@ -242,7 +364,7 @@ class ProgramPeer : public Peer {
       fields >> state >> parent;
       children.emplace(parent, std::stoi(entry.path().filename()));
     }
-    std::vector<pid_t> found{child.pid()};
+    std::vector<pid_t> found{pid};
     for (size_t i = 0; i < found.size(); ++i)
       for (auto [at, end] = children.equal_range(found[i]); at != end; ++at) {
         seen.insert(at->second);
@@ -250,12 +372,12 @@ class ProgramPeer : public Peer {
       }
   }
 
-  const e2e::TempDir& dir;
-  e2e::Child child;
-  bool exited = false;
-  bool ended = false;
+  const std::string dir;
+  pid_t pid = -1;
+  int status = 0, stdinFd = -1, stdoutFd = -1;
+  bool reaped = false, exited = false, ended = false, outEof = false;
   std::set<pid_t> seen;  // every process the program started that the case saw
-  std::chrono::steady_clock::time_point nextLook;
+  Clock::time_point nextLook;
 };
 
 class InProcessPeer : public Peer {
@@ -277,28 +399,21 @@ class InProcessPeer : public Peer {
   }
   bool send(const std::string& text) override {
     rig.run(text.substr(0, text.find('\n')));
-    output += rig.userOutput();
     return true;
   }
-  bool readLine(std::string& line) override {
-    output += rig.userOutput();
-    const size_t end = output.find('\n');
-    if (end == std::string::npos) return false;
-    line = output.substr(0, end);
-    output.erase(0, end + 1);
-    return true;
-  }
-  std::string unread() override { return output + rig.userOutput(); }
   bool control(const Step&) override { return false; }
   std::vector<std::string> finish() override {
     rig.stop();
     return rig.logLines();
   }
 
-  SessionRig rig;
-
  private:
-  std::string output;
+  bool more(Clock::time_point) override {
+    const std::string added = rig.userOutput();
+    out += added;
+    return !added.empty();
+  }
+  SessionRig rig;
 };
 
 // Runs the conversation; stops at the first step that fails.
@@ -352,20 +467,25 @@ TEST_P(Transcript, Runs) {
   for (const auto& [name, text] : c.scenarios) dir.write(name + ".scn", text);
   for (const auto& [name, text] : c.files)  // a wrapper or a stub command may be one
     chmod(dir.write(name, text).c_str(), 0755);
+  std::vector<std::string> argv = c.wrap;
   if (!c.wrap.empty()) {  // a wrapper that cannot work here says so with status 77
-    e2e::Child trial;
-    std::vector<std::string> argv = c.wrap;
     argv.push_back("true");
-    ASSERT_TRUE(trial.start(argv, c.env, dir.file("stderr")));
-    const int status = trial.exitCode();
+    const int status = ProgramPeer(argv, c.env, dir.path()).exitStatus();
     if (status == 77) GTEST_SKIP() << e2e::readFile(dir.file("stderr"));
     ASSERT_EQ(status, 0) << e2e::readFile(dir.file("stderr"));
+    argv.pop_back();
   }
+  e2e::EnvChanges env = e2e::fakeEngineEnv(dir.path());
+  if (!c.engine.empty()) env["ZUBC_HOST"] = c.engine;
+  env["WEM_LOG"] = dir.file("wem.log");
+  for (const auto& [name, value] : c.env) env[name] = value;
+  argv.push_back(WEM_BINARY);
+  argv.insert(argv.end(), c.args.begin(), c.args.end());
   std::unique_ptr<Peer> peer;
   if (c.inProcess)
     peer = std::make_unique<InProcessPeer>(c, dir.path());
   else
-    peer = std::make_unique<ProgramPeer>(c, dir);
+    peer = std::make_unique<ProgramPeer>(argv, env, dir.path());
   ASSERT_TRUE(peer->started) << "cannot start the program or its engines";
   converse(path, c, *peer);
   checkLog(path, c, peer->finish());
