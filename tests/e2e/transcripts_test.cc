@@ -92,7 +92,7 @@ bool parseLine(std::string line, int number, Case& c) {
   static const boost::regex keyed(
       R"(^(host\d*|card\d*|args|wrap|env|engine|file|cards|spawn|log|stderr|i\d+|vek\d+):(?: (.*))?$)");
   static const boost::regex step(
-      R"(^(>|<~|<\.\.\.|<\+|<running|<|!|sleep|quiet|close|end|exit)(?: (.*))?$)");
+      R"(^(>\+|>|<~|<\.\.\.|<\+|<running|<|!|sleep|quiet|close|end|exit)(?: (.*))?$)");
   // "$" keeps a trailing blank visible; "\c" (as in echo) drops the line end of ">" and "file:".
   if (line.ends_with(" $")) line.pop_back();
   const bool open = line.ends_with("\\c");
@@ -126,13 +126,21 @@ bool parseLine(std::string line, int number, Case& c) {
     else
       c.received[key] += text + "\n";
   } else if (boost::regex_match(line, m, step)) {
+    std::string verb = m[1], text = bytes(m[2]);
+    if (verb == ">+") {  // "COMMAND => REPLY": the line, then the reply
+      const size_t arrow = text.find(" => ");
+      if (arrow == std::string::npos) return false;
+      c.steps.push_back({number, ">", text.substr(0, arrow) + "\n"});
+      verb = "<+";
+      text.erase(0, arrow + 4);
+    }
+    if (verb == ">") return c.steps.push_back({number, verb, text + end}), true;
     // Replies end in a prompt ("<+"), a run's also announces it; a line end in a text splits it.
     static const std::map<std::string, std::string> kReplies = {
         {"<+", "\n(gdb)"}, {"<running", "^running\n*running,thread-id=\"all\"\n(gdb)"}};
-    const auto reply = kReplies.find(m[1]);
-    const std::string verb = reply != kReplies.end() ? "<" : std::string(m[1]), text = bytes(m[2]);
-    if (verb == ">") return c.steps.push_back({number, verb, text + end}), true;
+    const auto reply = kReplies.find(verb);
     std::istringstream lines(reply != kReplies.end() ? text + reply->second : text);
+    if (reply != kReplies.end()) verb = "<";
     for (std::string part; std::getline(lines, part);) c.steps.push_back({number, verb, part});
     if (text.empty()) c.steps.push_back({number, verb, ""});
   } else {

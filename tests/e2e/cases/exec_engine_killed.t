@@ -11,6 +11,5 @@ card: on -exec-continue @after 200 @exit KILL
 > 5-exec-continue
 <running 5
 < 5*stopped,reason="signal-received",signal-name="SIGINT",thread-id="1"
-> 6-stack-info-depth
-<+ 6^done
+>+ 6-stack-info-depth => 6^done
 log: The output of vek1 has ended.

@@ -32,13 +32,11 @@ card: on quit @exit 0
 > 3-exec-step --thread 2
 <running 3
 < 3*stopped,reason="end-stepping-range",thread-id="2"
-> 4-exec-next --thread 42
-<+ 4^error,msg="Invalid thread: 42"
+>+ 4-exec-next --thread 42 => 4^error,msg="Invalid thread: 42"
 > 5-exec-continue --thread-group i1
 <running 5
 < 5*stopped,reason="breakpoint-hit",thread-id="1"
-> 6-stack-info-depth
-<+ 6^done
+>+ 6-stack-info-depth => 6^done
 > quit
 < =thread-group-removed,id="i1"
 < ^exit

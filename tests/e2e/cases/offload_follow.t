@@ -33,12 +33,9 @@ card: on -exec-next $TOKEN^running
 card: on -exec-next @after 100 *stopped,reason="exited-normally"
 card2: on attach $TOKEN^error,msg="ptrace: No such process."
 <+ =thread-group-added,id="i1"
-> 1-break-insert main
-<+ 1^done,bkpt={number="1",func="main"}
-> 2-break-insert kernel
-<+ 2^done,bkpt={number="2",func="kernel"}
-> 3-break-disable 2
-<+ 3^done
+>+ 1-break-insert main => 1^done,bkpt={number="1",func="main"}
+>+ 2-break-insert kernel => 2^done,bkpt={number="2",func="kernel"}
+>+ 3-break-disable 2 => 3^done
 > 4-exec-run
 <running 4
 < ~"Attaching VEK process...\n"

@@ -21,30 +21,21 @@ host: on#3 -gdb-unset ^bogus,x="1"
 host: on#3 -gdb-unset $TOKEN^error
 host: on#4 -gdb-unset $TOKEN^done,big="{x*1048576}"
 <+ =thread-group-added,id="i1"
-> 5-gdb-set confirm off
-<+ 5^done,fresh="1"
-> 6-stack-info-depth
-<+ 6^done,depth="2"
+>+ 5-gdb-set confirm off => 5^done,fresh="1"
+>+ 6-stack-info-depth => 6^done,depth="2"
 > 7-environment-pwd
 < &"log text\n"
 < @"target text\n"
 < *running,thread-id="all"
 < not an MI line at all
 <+ 7^done
-> 1-stack-list-frames
-<+ 1^error,msg="No stack."
-> 2-stack-info-depth --thread 9
-<+ 2^error,msg="Invalid thread: 9"
-> 3-stack-info-depth --thread-group i7
-<+ 3^error,msg="Invalid thread-group: i7"
-> 4-gdb-set --thread-group vek1 confirm off
-<+ 4^error,msg="Invalid thread-group: vek1"
-> 8-stack-list-locals --thread 1 --thread-group i1 1
-<+ 8^error,msg="Invalid thread: 1"
-> 9-list-features --thread-group i9
-<+ 9^done,features=["frozen-varobjs","thread-info"]
-> 10-gdb-set --thread-group i1 confirm off
-<+ 10^done,fresh="1"
+>+ 1-stack-list-frames => 1^error,msg="No stack."
+>+ 2-stack-info-depth --thread 9 => 2^error,msg="Invalid thread: 9"
+>+ 3-stack-info-depth --thread-group i7 => 3^error,msg="Invalid thread-group: i7"
+>+ 4-gdb-set --thread-group vek1 confirm off => 4^error,msg="Invalid thread-group: vek1"
+>+ 8-stack-list-locals --thread 1 --thread-group i1 1 => 8^error,msg="Invalid thread: 1"
+>+ 9-list-features --thread-group i9 => 9^done,features=["frozen-varobjs","thread-info"]
+>+ 10-gdb-set --thread-group i1 confirm off => 10^done,fresh="1"
 4* > 11-gdb-unset v
 <+ 11^done
 <+ 11^done

@@ -17,8 +17,7 @@ file: odd \x00\c
 file: self source $DIR/self
 file: empty \c
 <+ =thread-group-added,id="i1"
-> 10source $DIR/outer.cmd
-<+ 1^done,zub-cond-msg="no"
+>+ 10source $DIR/outer.cmd => 1^done,zub-cond-msg="no"
 <+ 2^done,zub-cond-msg=""it is""
 < (gdb)
 <+ ^done
@@ -27,8 +26,7 @@ file: empty \c
 > 21source $DIR/huge
 > 22source $DIR/odd
 > 23source $DIR/self
-> 24source $DIR/empty
-<+ 3^done
+>+ 24source $DIR/empty => 3^done
 <+ 21^done
 < (gdb)
 <+ 9^done,msg="Command is not implemented."
@@ -41,14 +39,10 @@ file: empty \c
 <+ 23^done
 < (gdb)
 <+ 24^done
-> 12source $DIR/missing.cmd
-<+ 12^error,msg="Cannot open file: $DIR/missing.cmd."
-> 15-zub-cond-print x yes
-<+ 15^error,msg="Syntax error"
-> 16-zub-cond-print x "yes no
-<+ 16^error,msg="Syntax error"
-> 17info frame
-<+ 17^error,msg="Command not implemented"
+>+ 12source $DIR/missing.cmd => 12^error,msg="Cannot open file: $DIR/missing.cmd."
+>+ 15-zub-cond-print x yes => 15^error,msg="Syntax error"
+>+ 16-zub-cond-print x "yes no => 16^error,msg="Syntax error"
+>+ 17info frame => 17^error,msg="Command not implemented"
 > 19info sharedlibrary
 < ~"0x1000  0x2000  Yes  /lib/libc.so.6\n"
 <+ 19^done

@@ -6,8 +6,7 @@ host: on#1 -gdb-set $TOKEN^done
 > 2-list-features
 > 3-unknown-word
 >
-> 4-gdb-set b
-<+ =thread-group-added,id="i1"
+>+ 4-gdb-set b => =thread-group-added,id="i1"
 < (gdb)
 <+ 1^done
 <+ 2^done
