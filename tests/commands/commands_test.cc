@@ -60,7 +60,6 @@ TEST_F(Commands, UserInterruptStopsEveryRunningEngineWithOneStop) {
   start(stopsOnce, stopsOnce);
   // The interrupt comes once both engines have answered: one that has not said "^running" yet
   // is not interrupted.
-  installSignalHandlers();
   const pthread_t session = pthread_self();
   std::thread user([this, session] {
     for (int i = 0; i < 1000 && !(received("i1").ends_with("3-exec-continue\n") &&
@@ -72,7 +71,6 @@ TEST_F(Commands, UserInterruptStopsEveryRunningEngineWithOneStop) {
   });
   const bool ok = rig.run("3-exec-continue");
   user.join();
-  restoreDefaultSignalActions();
   ASSERT_TRUE(ok);
   EXPECT_EQ(rig.userOutput(),
             "3^running\n*running,thread-id=\"all\"\n(gdb)\n"

@@ -1,8 +1,13 @@
 // Runs every transcript case of tests/e2e/cases (format: tests/README.md), each a test of its
 // own: the program as a child process against fake engines or stock gdb, or a session in
 // process where the case needs card engines that the program does not start by itself.
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <signal.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <boost/algorithm/string/replace.hpp>
 #include <boost/regex.hpp>
@@ -14,17 +19,20 @@
 #include "support/e2e.h"
 #include "support/session_rig.h"
 
+extern char** environ;
+
 namespace {
 
 namespace fs = std::filesystem;
+using Clock = std::chrono::steady_clock;
 using e2e::Ms;
 
 const std::string kCases = WEM_SOURCE_DIR "/tests/e2e/cases";
 
 struct Step {
   int line;
-  std::string verb;  // ">", "<", "<~", "<...", "!", "sleep", "quiet", "eof", "exit"
-  std::string text;
+  std::string verb;  // ">", "<", "<~", "<...", "!", "sleep", "quiet", "close", "end", "exit"
+  std::string text;  // for ">": the bytes to write, line end included
 };
 
 struct Case {
@@ -50,139 +58,308 @@ std::vector<std::string> words(const std::string& text) {
   return all;
 }
 
+// Long failure texts are cut: cases send megabyte lines and floods.
+std::string shown(const std::string& text) {
+  return text.size() <= 2000
+             ? text
+             : text.substr(0, 2000) + "... (" + std::to_string(text.size()) + " bytes)";
+}
+
+// Names, then pieces repeated ("{x*1048576}").
 std::string expand(std::string text, const std::string& dir) {
+  static const boost::regex repeat(R"(\{([^{}]*)\*(\d+)\})");
   boost::replace_all(text, "$DIR", dir);
   boost::replace_all(text, "$SRC", WEM_SOURCE_DIR);
   boost::replace_all(text, "$BUILD", WEM_BINARY_DIR);
   boost::replace_all(text, "$SAMPLE", WEM_BINARY_DIR "/bin/sample");
-  return text;
+  return boost::regex_replace(text, repeat, [](const boost::smatch& m) {
+    std::string all;
+    for (int n = std::stoi(m[2]); n > 0; --n) all += m[1];
+    return all;
+  });
+}
+
+// Any byte, written "\x00"; made after a line is parsed, so that it may even be a line end.
+std::string bytes(const std::string& text) {
+  static const boost::regex byte(R"(\\x([0-9a-fA-F]{2}))");
+  return boost::regex_replace(text, byte, [](const boost::smatch& m) {
+    return std::string(1, static_cast<char>(std::stoi(m[1], nullptr, 16)));
+  });
 }
 
 // Set-up and check lines are "key: text"; the rest are conversation steps.
-bool parseCase(const std::string& path, const std::string& dir, Case& c) {
+bool parseLine(std::string line, int number, Case& c) {
   static const boost::regex keyed(
       R"(^(host\d*|card\d*|args|wrap|env|engine|file|cards|spawn|log|stderr|i\d+|vek\d+):(?: (.*))?$)");
-  static const boost::regex step(R"(^(>|<~|<\.\.\.|<\+|<|!|sleep|quiet|eof|exit)(?: (.*))?$)");
+  static const boost::regex step(
+      R"(^(>\+|>|<~|<\.\.\.|<\+|<running|<|!|sleep|quiet|close|end|exit)(?: (.*))?$)");
+  // "$" keeps a trailing blank visible; "\c" (as in echo) drops the line end of ">" and "file:".
+  if (line.ends_with(" $")) line.pop_back();
+  const bool open = line.ends_with("\\c");
+  if (open) line.resize(line.size() - 2);
+  const std::string end = open ? "" : "\n";
+  boost::smatch m;
+  if (line == "in-process") {
+    c.inProcess = true;
+  } else if (boost::regex_match(line, m, keyed)) {
+    const std::string key = m[1], text = bytes(m[2]);
+    const size_t blank = text.find(' '), equals = text.find('=');
+    if (key.starts_with("host") || (key.starts_with("card") && key != "cards"))
+      c.scenarios[(key[0] == 'h' ? "i" : "vek") + key.substr(4)] += text + "\n";
+    else if (key == "args" || key == "wrap")
+      (key == "args" ? c.args : c.wrap) = words(text);
+    else if (key == "env")
+      c.env[text.substr(0, equals)] = text.substr(equals + 1);
+    else if (key == "engine")
+      c.engine = text == "zub-gdb" ? WEM_BINARY_DIR "/bin/zub-gdb" : text;
+    else if (key == "file")
+      c.files[text.substr(0, blank)] += text.substr(blank + 1) + end;
+    else if (key == "cards")
+      for (const std::string& card : words(text))
+        c.cards.emplace_back(card.substr(0, card.find('=')), card.substr(card.find('=') + 1));
+    else if (key == "spawn")
+      c.spawns.push_back(words(text));
+    else if (key == "log")
+      c.logged.push_back(text);
+    else if (key == "stderr")
+      c.stderrText += text + "\n";
+    else
+      c.received[key] += text + "\n";
+  } else if (boost::regex_match(line, m, step)) {
+    std::string verb = m[1], text = bytes(m[2]);
+    if (verb == ">+") {  // "COMMAND => REPLY": the line, then the reply
+      const size_t arrow = text.find(" => ");
+      if (arrow == std::string::npos) return false;
+      c.steps.push_back({number, ">", text.substr(0, arrow) + "\n"});
+      verb = "<+";
+      text.erase(0, arrow + 4);
+    }
+    if (verb == ">") return c.steps.push_back({number, verb, text + end}), true;
+    // Replies end in a prompt ("<+"), a run's also announces it; a line end in a text splits it.
+    static const std::map<std::string, std::string> kReplies = {
+        {"<+", "\n(gdb)"}, {"<running", "^running\n*running,thread-id=\"all\"\n(gdb)"}};
+    const auto reply = kReplies.find(verb);
+    std::istringstream lines(reply != kReplies.end() ? text + reply->second : text);
+    if (reply != kReplies.end()) verb = "<";
+    for (std::string part; std::getline(lines, part);) c.steps.push_back({number, verb, part});
+    if (text.empty()) c.steps.push_back({number, verb, ""});
+  } else {
+    return false;
+  }
+  return true;
+}
+
+// A line "N* LINE" counts as N lines LINE.
+bool parseCase(const std::string& path, const std::string& dir, Case& c) {
+  static const boost::regex times(R"(^(\d+)\* (.*)$)");
   std::ifstream in(path);
   int number = 0;
   for (std::string line; std::getline(in, line);) {
     ++number;
     if (line.empty() || line[0] == '#') continue;
     line = expand(line, dir);
-    if (line.ends_with(" $")) line.pop_back();  // "$" keeps a line's trailing blank visible
     boost::smatch m;
-    if (line == "in-process") {
-      c.inProcess = true;
-    } else if (boost::regex_match(line, m, keyed)) {
-      const std::string key = m[1], text = m[2];
-      if (key.starts_with("host") || (key.starts_with("card") && key != "cards"))
-        c.scenarios[(key[0] == 'h' ? "i" : "vek") + key.substr(4)] += text + "\n";
-      else if (key == "args")
-        c.args = words(text);
-      else if (key == "wrap")
-        c.wrap = words(text);
-      else if (key == "env")
-        c.env[text.substr(0, text.find('='))] = text.substr(text.find('=') + 1);
-      else if (key == "engine")
-        c.engine = text == "zub-gdb" ? WEM_BINARY_DIR "/bin/zub-gdb" : text;
-      else if (key == "file")
-        c.files[text.substr(0, text.find(' '))] += text.substr(text.find(' ') + 1) + "\n";
-      else if (key == "cards")
-        for (const std::string& card : words(text))
-          c.cards.emplace_back(card.substr(0, card.find('=')), card.substr(card.find('=') + 1));
-      else if (key == "spawn")
-        c.spawns.push_back(words(text));
-      else if (key == "log")
-        c.logged.push_back(text);
-      else if (key == "stderr")
-        c.stderrText += text + "\n";
-      else
-        c.received[key] += text + "\n";
-    } else if (boost::regex_match(line, m, step)) {
-      // "<+" is a reply: the record, then its prompt.
-      const bool reply = m[1] == "<+";
-      c.steps.push_back({number, reply ? "<" : std::string(m[1]), m[2]});
-      if (reply) c.steps.push_back({number, "<", "(gdb)"});
-    } else {
-      ADD_FAILURE() << path << ":" << number << ": cannot read: " << line;
-      return false;
-    }
+    const bool repeated = boost::regex_match(line, m, times);
+    for (int n = repeated ? std::stoi(m[1]) : 1; n > 0; --n)
+      if (!parseLine(repeated ? m[2].str() : line, number, c)) {
+        ADD_FAILURE() << path << ":" << number << ": cannot read: " << shown(line);
+        return false;
+      }
   }
   return true;
 }
 
-// What a conversation talks to: the program as a child, or a session in process.
+// What a conversation talks to: the program as a child, or a session in process. Both cut
+// their output into lines here.
 class Peer {
  public:
   virtual ~Peer() = default;
-  virtual bool send(const std::string& line) = 0;
-  virtual bool readLine(std::string& line) = 0;
-  virtual std::string unread() = 0;
+  virtual bool send(const std::string& text) = 0;
   // Steps only a child process can take; false when the step fails or does not apply.
   virtual bool control(const Step& step) = 0;
   // Ends the program or session and everything it started; returns the log.
   virtual std::vector<std::string> finish() = 0;
+
+  // The next line without its newline; false when none comes before the deadline.
+  bool readLine(std::string& line) {
+    const auto deadline = Clock::now() + e2e::kTimeout;
+    size_t end;
+    while ((end = out.find('\n', consumed)) == std::string::npos)
+      if (!more(deadline)) return false;
+    line = out.substr(consumed, end - consumed);
+    consumed = end + 1;
+    return true;
+  }
+  std::string unread() {
+    more(Clock::now());
+    return out.substr(consumed);
+  }
   bool started = false;
+
+ protected:
+  // Adds output to `out`; false when none can come before the deadline.
+  virtual bool more(Clock::time_point deadline) = 0;
+  std::string out;
+  size_t consumed = 0;
 };
 
+int msLeft(Clock::time_point deadline) {
+  return static_cast<int>(
+      std::max<long>(0, std::chrono::ceil<Ms>(deadline - Clock::now()).count()));
+}
+
+// A child process, leader of its own process group, with stdin and stdout on pipes and stderr in
+// a file. Stdout is read only while the case waits for it, so everything runs on one thread;
+// writes keep reading stdout so that neither side can block the other. Ending kills the child,
+// and every process below it, by pid.
 class ProgramPeer : public Peer {
  public:
-  ProgramPeer(const Case& c, const e2e::TempDir& dir) : dir(dir) {
-    e2e::EnvChanges env = e2e::fakeEngineEnv(dir.path());
-    if (!c.engine.empty()) env["ZUBC_HOST"] = c.engine;
-    env["WEM_LOG"] = dir.file("wem.log");
-    for (const auto& [name, value] : c.env) env[name] = value;
-    std::vector<std::string> argv = c.wrap;
-    argv.push_back(WEM_BINARY);
-    argv.insert(argv.end(), c.args.begin(), c.args.end());
-    started = child.start(argv, env, dir.file("stderr"));
+  // argv[0] is searched in PATH when it has no "/"; a failed exec shows as exit status 127.
+  ProgramPeer(const std::vector<std::string>& argv, const e2e::EnvChanges& env,
+              const std::string& dir)
+      : dir(dir) {
+    started = start(argv, env, dir + "/stderr");
   }
-  ~ProgramPeer() override { finish(); }
+  ~ProgramPeer() override {
+    finish();
+    if (pid > 0) killpg(pid, SIGKILL);
+    if (stdinFd >= 0) close(stdinFd);
+    if (stdoutFd >= 0) close(stdoutFd);
+  }
 
-  bool send(const std::string& line) override {
-    see();
-    return child.write(line + "\n");
+  bool send(const std::string& text) override {
+    see(false);
+    const auto deadline = Clock::now() + e2e::kTimeout;
+    for (size_t done = 0; done < text.size();) {
+      if (stdinFd < 0 || Clock::now() > deadline) return false;
+      const ssize_t n = ::write(stdinFd, text.data() + done, text.size() - done);
+      if (n > 0) {
+        done += static_cast<size_t>(n);
+      } else if (n < 0 && errno != EAGAIN && errno != EINTR) {
+        return false;
+      } else {  // the program may be blocked writing to us: read while we wait for room
+        pollfd fds[2] = {{stdinFd, POLLOUT, 0}, {outEof ? -1 : stdoutFd, POLLIN, 0}};
+        poll(fds, 2, std::min(msLeft(deadline), 100));
+        if (fds[1].revents) pump(0);
+      }
+    }
+    return true;
   }
-  bool readLine(std::string& line) override {
-    const bool read = child.readLine(line);
-    see();
-    return read;
-  }
-  std::string unread() override { return child.unread(); }
   bool control(const Step& step) override {
     static const std::map<std::string, int> kSignals = {
         {"SIGINT", SIGINT}, {"SIGTERM", SIGTERM}, {"SIGQUIT", SIGQUIT}, {"SIGKILL", SIGKILL}};
-    if (step.verb == "!") return kSignals.count(step.text) && child.signal(kSignals.at(step.text));
-    if (step.verb == "quiet") return child.staysQuiet(Ms(std::stoi(step.text)));
-    if (step.verb == "eof") return child.endsHere();
-    if (step.verb != "exit") return false;
-    exited = child.exitCode() == std::stoi(step.text);
+    if (step.verb == "!")
+      return kSignals.count(step.text) && !reaped && kill(pid, kSignals.at(step.text)) == 0;
+    if (step.verb == "close") {
+      close(stdinFd);
+      stdinFd = -1;
+      return true;
+    }
+    if (step.verb == "quiet" || step.verb == "end") {
+      const auto deadline =
+          Clock::now() + (step.verb == "end" ? e2e::kTimeout : Ms(std::stoi(step.text)));
+      while (!outEof && Clock::now() < deadline) pump(msLeft(deadline));
+      if (consumed != out.size() || (step.verb == "end" && !outEof)) return false;
+      if (step.verb == "quiet") return true;
+    }
+    if (step.verb != "exit" && step.verb != "end") return false;
+    exited = exitStatus() == (step.verb == "end" ? 0 : std::stoi(step.text));
     return exited;
+  }
+  // The exit code, or -1 when the child does not exit normally before the deadline.
+  int exitStatus() {
+    const auto deadline = Clock::now() + e2e::kTimeout;
+    while (!reaped) {
+      const pid_t done = waitpid(pid, &status, WNOHANG);
+      reaped = done == pid;
+      if (done < 0 || (!reaped && Clock::now() > deadline)) return -1;
+      if (!reaped) std::this_thread::sleep_for(Ms(2));
+    }
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
   }
   // Ends the program and every process it started (engines and what they debug); after a clean
   // exit none may be left.
   std::vector<std::string> finish() override {
-    if (ended) return {};
+    if (ended || pid <= 0) return {};
     ended = true;
     if (!exited) {
-      see();
-      child.signal(SIGKILL);
+      see(true);
+      killpg(pid, SIGKILL);
     }
-    for (const auto& [name, pid] : e2e::fakeEngines(dir.path()))
-      if (pid > 0) seen.insert(pid);
-    for (pid_t pid : seen) {
-      if (!exited) kill(pid, SIGKILL);
-      const bool gone = e2e::waitGone(pid);
-      EXPECT_TRUE(gone) << "process " << pid << " is still running";
-      if (!gone) kill(pid, SIGKILL);
+    if (!reaped) waitpid(pid, &status, 0);
+    for (const auto& [name, engine] : e2e::fakeEngines(dir))
+      if (engine > 0) seen.insert(engine);
+    for (pid_t below : seen) {
+      if (!exited) kill(below, SIGKILL);
+      const bool gone = e2e::waitGone(below);
+      EXPECT_TRUE(gone) << "process " << below << " is still running";
+      if (!gone) kill(below, SIGKILL);
     }
-    return e2e::readLogLines(dir.file("wem.log"));
+    return e2e::readLogLines(dir + "/wem.log");
   }
 
  private:
+  bool start(const std::vector<std::string>& argv, const e2e::EnvChanges& env,
+             const std::string& stderrPath) {
+    int in[2], outPipe[2];
+    if (argv.empty() || pipe2(in, O_CLOEXEC) != 0) return false;
+    if (pipe2(outPipe, O_CLOEXEC) != 0) return close(in[0]), close(in[1]), false;
+    // Everything the child needs is built before fork: only async-signal-safe calls follow it.
+    std::vector<std::string> envText, argText = argv;
+    for (char** entry = environ; *entry; ++entry)
+      if (std::string text = *entry; !env.count(text.substr(0, text.find('='))))
+        envText.push_back(text);
+    for (const auto& [name, value] : env)
+      if (value) envText.push_back(name + "=" + *value);
+    std::vector<char*> envp, args;
+    for (auto& text : envText) envp.push_back(text.data());
+    for (auto& text : argText) args.push_back(text.data());
+    envp.push_back(nullptr);
+    args.push_back(nullptr);
+    const int err = open(stderrPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    const pid_t child = fork();
+    if (child == 0) {
+      setpgid(0, 0);
+      signal(SIGPIPE, SIG_DFL);
+      signal(SIGINT, SIG_DFL);
+      dup2(in[0], 0);
+      dup2(outPipe[1], 1);
+      if (err >= 0) dup2(err, 2);
+      execvpe(args[0], args.data(), envp.data());
+      _exit(127);
+    }
+    if (err >= 0) close(err);
+    close(in[0]);
+    close(outPipe[1]);
+    stdinFd = in[1];
+    stdoutFd = outPipe[0];
+    if (child < 0) return false;
+    setpgid(child, child);  // both sides set it, so no signal can reach the old group
+    fcntl(stdinFd, F_SETFL, O_NONBLOCK);
+    pid = child;
+    return true;
+  }
+  bool more(Clock::time_point deadline) override {
+    if (outEof || Clock::now() > deadline) return false;
+    pump(msLeft(deadline));
+    see(false);
+    return true;
+  }
+  // Reads what stdout has within `ms` (0: only what is there).
+  void pump(int ms) {
+    pollfd fd{stdoutFd, POLLIN, 0};
+    if (outEof || poll(&fd, 1, ms) <= 0) return;
+    char buffer[65536];
+    const ssize_t n = read(stdoutFd, buffer, sizeof buffer);
+    if (n > 0) out.append(buffer, static_cast<size_t>(n));
+    outEof = n == 0 || (n < 0 && errno != EINTR);
+  }
   // Engines lead sessions of their own, so a group kill misses them: every process below the
-  // program, found by parent, is remembered.
-  void see() {
+  // program, found by parent, is remembered. Looks at most every 20 ms unless `now`: cases
+  // exchange thousands of lines.
+  void see(bool now) {
+    if (pid <= 0 || (!now && Clock::now() < nextLook)) return;
+    nextLook = Clock::now() + Ms(20);
     std::multimap<pid_t, pid_t> children;
     for (const auto& entry : fs::directory_iterator("/proc")) {
       if (!isdigit(entry.path().filename().string()[0])) continue;  // "self" and the like
@@ -195,7 +372,7 @@ class ProgramPeer : public Peer {
       fields >> state >> parent;
       children.emplace(parent, std::stoi(entry.path().filename()));
     }
-    std::vector<pid_t> found{child.pid()};
+    std::vector<pid_t> found{pid};
     for (size_t i = 0; i < found.size(); ++i)
       for (auto [at, end] = children.equal_range(found[i]); at != end; ++at) {
         seen.insert(at->second);
@@ -203,11 +380,12 @@ class ProgramPeer : public Peer {
       }
   }
 
-  const e2e::TempDir& dir;
-  e2e::Child child;
-  bool exited = false;
-  bool ended = false;
+  const std::string dir;
+  pid_t pid = -1;
+  int status = 0, stdinFd = -1, stdoutFd = -1;
+  bool reaped = false, exited = false, ended = false, outEof = false;
   std::set<pid_t> seen;  // every process the program started that the case saw
+  Clock::time_point nextLook;
 };
 
 class InProcessPeer : public Peer {
@@ -227,30 +405,23 @@ class InProcessPeer : public Peer {
                                 ? rig.spawnCard(spawn[1], spawn[2], zubId)
                                 : spawn.size() == 1 && spawn[0] == "i" && rig.spawnHost(zubId));
   }
-  bool send(const std::string& line) override {
-    rig.run(line);
-    output += rig.userOutput();
+  bool send(const std::string& text) override {
+    rig.run(text.substr(0, text.find('\n')));
     return true;
   }
-  bool readLine(std::string& line) override {
-    output += rig.userOutput();
-    const size_t end = output.find('\n');
-    if (end == std::string::npos) return false;
-    line = output.substr(0, end);
-    output.erase(0, end + 1);
-    return true;
-  }
-  std::string unread() override { return output + rig.userOutput(); }
   bool control(const Step&) override { return false; }
   std::vector<std::string> finish() override {
     rig.stop();
     return rig.logLines();
   }
 
-  SessionRig rig;
-
  private:
-  std::string output;
+  bool more(Clock::time_point) override {
+    const std::string added = rig.userOutput();
+    out += added;
+    return !added.empty();
+  }
+  SessionRig rig;
 };
 
 // Runs the conversation; stops at the first step that fails.
@@ -271,11 +442,11 @@ void converse(const std::string& path, const Case& c, Peer& peer) {
         if (!matched && !skip) break;
       }
       if (!matched)
-        return ADD_FAILURE() << where << "expected " << step.verb << " " << step.text
-                             << "\n  got: " << line << "\n  then: " << peer.unread();
+        return ADD_FAILURE() << where << "expected " << step.verb << " " << shown(step.text)
+                             << "\n  got: " << shown(line) << "\n  then: " << shown(peer.unread());
     } else if (!peer.control(step)) {
       return ADD_FAILURE() << where << step.verb << " " << step.text
-                           << " failed; unread: " << peer.unread();
+                           << " failed; unread: " << shown(peer.unread());
     }
   }
 }
@@ -288,7 +459,7 @@ void checkLog(const std::string& path, const Case& c, const std::vector<std::str
       std::string alike;  // lines that begin the same way, to show what was logged instead
       for (const std::string& logged : log)
         if (logged.compare(0, 12, line, 0, 12) == 0) alike += "\n  " + logged;
-      return ADD_FAILURE() << path << ": the log lacks (in order): " << line << alike;
+      return ADD_FAILURE() << path << ": the log lacks (in order): " << shown(line) << shown(alike);
     }
     ++at;
   }
@@ -302,26 +473,33 @@ TEST_P(Transcript, Runs) {
   Case c;
   ASSERT_TRUE(parseCase(path, dir.path(), c));
   for (const auto& [name, text] : c.scenarios) dir.write(name + ".scn", text);
-  for (const auto& [name, text] : c.files) dir.write(name, text);  // a wrapper may be one
+  for (const auto& [name, text] : c.files)  // a wrapper or a stub command may be one
+    chmod(dir.write(name, text).c_str(), 0755);
+  std::vector<std::string> argv = c.wrap;
   if (!c.wrap.empty()) {  // a wrapper that cannot work here says so with status 77
-    e2e::Child trial;
-    std::vector<std::string> argv = c.wrap;
     argv.push_back("true");
-    ASSERT_TRUE(trial.start(argv, c.env, dir.file("stderr")));
-    const int status = trial.exitCode();
+    const int status = ProgramPeer(argv, c.env, dir.path()).exitStatus();
     if (status == 77) GTEST_SKIP() << e2e::readFile(dir.file("stderr"));
     ASSERT_EQ(status, 0) << e2e::readFile(dir.file("stderr"));
+    argv.pop_back();
   }
+  e2e::EnvChanges env = e2e::fakeEngineEnv(dir.path());
+  if (!c.engine.empty()) env["ZUBC_HOST"] = c.engine;
+  env["WEM_LOG"] = dir.file("wem.log");
+  for (const auto& [name, value] : c.env) env[name] = value;
+  argv.push_back(WEM_BINARY);
+  argv.insert(argv.end(), c.args.begin(), c.args.end());
   std::unique_ptr<Peer> peer;
   if (c.inProcess)
     peer = std::make_unique<InProcessPeer>(c, dir.path());
   else
-    peer = std::make_unique<ProgramPeer>(c, dir);
+    peer = std::make_unique<ProgramPeer>(argv, env, dir.path());
   ASSERT_TRUE(peer->started) << "cannot start the program or its engines";
   converse(path, c, *peer);
   checkLog(path, c, peer->finish());
   for (const auto& [name, text] : c.received)
-    EXPECT_EQ(e2e::readFile(dir.file(name + ".in")), text) << "received by " << name;
+    if (const std::string got = e2e::readFile(dir.file(name + ".in")); got != text)
+      ADD_FAILURE() << name << " received:\n" << shown(got) << "\ninstead of:\n" << shown(text);
   const std::string errors = e2e::readFile(dir.file("stderr"));
   EXPECT_TRUE(c.stderrText.empty() || errors == c.stderrText) << "standard error: " << errors;
 }
@@ -331,12 +509,8 @@ const std::vector<std::string> kCaseNames = {
 #include "case_list.inc"
 };
 
+// Case files are named in snake_case, which test names allow.
 INSTANTIATE_TEST_SUITE_P(Cases, Transcript, testing::ValuesIn(kCaseNames),
-                         [](const testing::TestParamInfo<std::string>& info) {
-                           std::string name = info.param;
-                           for (char& ch : name)
-                             if (!isalnum(static_cast<unsigned char>(ch))) ch = '_';
-                           return name;
-                         });
+                         [](const auto& info) { return info.param; });
 
 }  // namespace

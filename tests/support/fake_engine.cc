@@ -17,7 +17,7 @@
 // searched in the line ("/^[0-9]*-break-insert .*main/", ending at a "/" before a blank),
 // SIGINT, or EOF (answered once; the engine then lives on without input). Every key that
 // matches a line counts it; the first with an answer for its count answers. STEP is a line of
-// text ("$TOKEN": the line's leading digits, "%c": the card id of "-wem-cardid=") or: @prompt,
+// text ("$TOKEN": the line's leading digits) or: @prompt,
 // @noprompt (no "(gdb)" after this answer), @sleep MS, @after MS STEP (STEP later, while input
 // is still served), @cancel (drop what @after scheduled), @exit STATUS (KILL: killed by its pid),
 // @flood N TEXT (N copies of the line), @text TEXT (a line that begins with "@"), @ifopen PATH STEP
@@ -65,10 +65,10 @@ struct Delayed {
 
 int recordFd = -1;
 int sigintPipe[2] = {-1, -1};
-std::string pidText, cardId;
+std::string pidText;
 Answer banner;
 std::vector<Key> keys;
-std::vector<Delayed> delayed;  // in order of scheduling; equal due times keep it
+std::vector<Delayed> delayed;  // by due time; equal due times keep the order of scheduling
 
 void onSigint(int) {
   const int saved = errno;
@@ -93,12 +93,6 @@ void writeAll(int fd, const std::string& text) {
 
 void record(const std::string& text) {
   if (recordFd >= 0) writeAll(recordFd, text);
-}
-
-std::string replaceAll(std::string text, const std::string& from, const std::string& to) {
-  for (size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
-    text.replace(at, from.size(), to);
-  return text;
 }
 
 // Splits "WORD REST" at the first run of blanks.
@@ -166,7 +160,10 @@ bool holds(const std::string& path) {
 // Runs one step; false when it takes the prompt away from its answer.
 bool runStep(const std::string& step, const std::string& token) {
   if (!step.starts_with("@")) {
-    writeAll(1, replaceAll(replaceAll(step, "$TOKEN", token), "%c", cardId) + "\n");
+    std::string text = step;
+    for (size_t at = text.find("$TOKEN"); at != std::string::npos; at = text.find("$TOKEN", at))
+      text.replace(at, 6, token);
+    writeAll(1, text + "\n");
     return true;
   }
   auto [word, rest] = splitWord(step);
@@ -178,7 +175,10 @@ bool runStep(const std::string& step, const std::string& token) {
   } else if (word == "@sleep") {
     std::this_thread::sleep_for(std::chrono::milliseconds(number(count)));
   } else if (word == "@after") {
-    delayed.push_back({Clock::now() + std::chrono::milliseconds(number(count)), tail, token});
+    const Delayed later{Clock::now() + std::chrono::milliseconds(number(count)), tail, token};
+    delayed.insert(std::upper_bound(delayed.begin(), delayed.end(), later,
+                                    [](auto& a, auto& b) { return a.due < b.due; }),
+                   later);
   } else if (word == "@cancel") {
     delayed.clear();
   } else if (word == "@exit") {
@@ -234,25 +234,18 @@ void handleLine(const std::string& line) {
 }
 
 void runDueSteps() {
-  for (auto due = delayed.begin(); due != delayed.end();) {
-    if (due->due > Clock::now()) {
-      ++due;
-      continue;
-    }
-    const Delayed step = *due;
-    delayed.erase(due);
+  while (!delayed.empty() && delayed.front().due <= Clock::now()) {
+    const Delayed step = delayed.front();
+    delayed.erase(delayed.begin());
     runStep(step.step, step.token);
-    due = delayed.begin();
   }
 }
 
 int msToNextStep() {
   if (delayed.empty()) return -1;
-  auto next = std::min_element(delayed.begin(), delayed.end(), [](auto& a, auto& b) {
-                return a.due < b.due;
-              })->due;
+  const auto left = delayed.front().due - Clock::now();
   return static_cast<int>(
-      std::max<long>(0, std::chrono::ceil<std::chrono::milliseconds>(next - Clock::now()).count()));
+      std::max<long>(0, std::chrono::ceil<std::chrono::milliseconds>(left).count()));
 }
 
 [[noreturn]] void serve() {
@@ -308,10 +301,8 @@ std::string claimName(const std::string& dir, const std::string& prefix) {
 int main(int argc, char** argv) {
   pidText = std::to_string(getpid());
   std::string prefix = "i";
-  for (int i = 1; i < argc; ++i) {
+  for (int i = 1; i < argc; ++i)
     if (std::strncmp(argv[i], "-rconnect=", 10) == 0) prefix = "vek";
-    if (std::strncmp(argv[i], "-wem-cardid=", 12) == 0) cardId = argv[i] + 12;
-  }
   signal(SIGPIPE, SIG_IGN);
   if (pipe2(sigintPipe, O_NONBLOCK) != 0) die("cannot create the signal pipe");
   struct sigaction action = {};

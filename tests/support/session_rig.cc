@@ -5,51 +5,16 @@
 #include <stdlib.h>
 #include <unistd.h>
 
-#include <condition_variable>
+#include <chrono>
 #include <fstream>
-#include <mutex>
-#include <thread>
 
 #include "base/signals.h"
 #include "commands/mi_cmd.h"
 
-namespace {
-
-// Sets sigQuitPending when a run outlives its deadline, which makes runCmd give up, so a command
-// that waits forever fails the test instead of hanging it.
-class Watchdog {
- public:
-  explicit Watchdog(std::chrono::milliseconds deadline)
-      : thread([this, deadline] {
-          std::unique_lock lock(mutex);
-          if (done.wait_for(lock, deadline, [this] { return finished; })) return;
-          expired = true;
-          sigQuitPending = true;
-        }) {}
-  ~Watchdog() {
-    {
-      std::lock_guard lock(mutex);
-      finished = true;
-    }
-    done.notify_all();
-    thread.join();
-    EXPECT_FALSE(expired) << "a command did not finish within its deadline";
-    if (expired) sigQuitPending = false;
-  }
-
- private:
-  std::mutex mutex;
-  std::condition_variable done;
-  bool finished = false;
-  bool expired = false;
-  std::thread thread;
-};
-
-}  // namespace
-
 SessionRig::SessionRig(const std::string& dir) : dir(dir), ctrl(log), session(ctrl, options) {
-  // Like the program, the rig ignores SIGPIPE: an engine that ends while text is still queued
-  // for it must not end the test.
+  // Like the program, the rig handles the user's signals and ignores SIGPIPE: an engine that ends
+  // while text is still queued for it must not end the test.
+  installSignalHandlers();
   signal(SIGPIPE, SIG_IGN);
   for (const auto& [name, value] : e2e::fakeEngineEnv(dir)) setenv(name.c_str(), value->c_str(), 1);
   sigIntPending = false;
@@ -57,7 +22,10 @@ SessionRig::SessionRig(const std::string& dir) : dir(dir), ctrl(log), session(ct
   sigTermPending = false;
 }
 
-SessionRig::~SessionRig() { stop(); }
+SessionRig::~SessionRig() {
+  stop();
+  restoreDefaultSignalActions();
+}
 
 // A fake engine names itself when it starts running; waiting for that before the next engine
 // starts keeps the fake's names ("i2", "vek1") the same as the session's.
@@ -86,14 +54,20 @@ bool SessionRig::spawnCard(const std::string& cardId, const std::string& address
 
 bool SessionRig::run(const std::string& line) {
   session.parseCmd(line + "\n", session.commandQueue);
-  Watchdog watchdog(std::chrono::seconds(10));
-  while (!session.commandQueue.empty()) {
+  // A command still running at the alarm gives up as it would on the user's SIGQUIT, so one that
+  // waits forever fails the test instead of hanging it.
+  signal(SIGALRM, sigQuitHandler);
+  alarm(10);
+  bool ok = true;
+  while (ok && !session.commandQueue.empty()) {
     MiCmdPtr cmd = session.commandQueue.front();
-    const bool ok = session.runCmd(*cmd);
+    ok = session.runCmd(*cmd);
     session.commandQueue.pop_front();
-    if (!ok) return false;
   }
-  return true;
+  alarm(0);
+  EXPECT_FALSE(sigQuitPending) << "a command did not finish within its deadline";
+  sigQuitPending = false;
+  return ok;
 }
 
 std::string SessionRig::userOutput() {

@@ -24,56 +24,32 @@ card: on /-break-insert .*nowhere/ $TOKEN^error,msg="card: nowhere either"
 card: on -exec-run $TOKEN^running
 card: on SIGINT *stopped,reason="signal-received",thread-id="1"
 <+ =thread-group-added,id="i1"
-> 1-break-insert main
-<+ 1^done,bkpt={number="1",type="breakpoint",func="main",on="card"}
+>+ 1-break-insert main => 1^done,bkpt={number="1",type="breakpoint",func="main",on="card"}
 > 2-exec-run
-< 2^running
-<+ *running,thread-id="all"
+<running 2
 < 2*stopped,reason="breakpoint-hit",thread-id="1"
-> 3-break-insert --thread 1 tick
-<+ 3^done,bkpt={number="3",type="breakpoint",func="tick",on="card"}
-> 4-break-insert hostonly
-<+ 4^done,bkpt={number="4",func="hostonly"}
-> 5-break-insert nobkpt
-<+ 5^error,msg="Internal error"
-> 6-break-insert nowhere
-<+ 6^error,msg="card: nowhere either"
-> 7-break-insert main
-<+ 7^error,msg="Internal error"
-> 7-break-insert dup
-<+ 7^error,msg="card: no dup"
-> 8-break-disable 1
-<+ 8^done
-> 9-break-enable 1
-<+ 9^done
-> 10-break-disable 4
-<+ 10^done
-> 11-break-delete 4
-<+ 11^done
-> 12-break-condition 1 counter > 2
-<+ 12^done
-> 13-break-after --thread-group i1 1 3
-<+ 13^done
-> 14-break-delete
-<+ 14^error,msg="Breakpoint number is missing."
-> 14-break-disable main
-<+ 14^error,msg="Breakpoint number is missing."
-> 14-break-condition  $
-<+ 14^error,msg="Breakpoint number is missing."
-> 14-break-after x 1
-<+ 14^error,msg="Breakpoint number is missing."
-> 15-break-disable 9
-<+ 15^done
-> 15-break-condition 9 x
-<+ 15^done
-> 15-break-delete 9
-<+ 15^done
-> 16-break-delete 1 3
-<+ 16^done
-> 17-break-condition 1 2
-<+ 17^done
-> 18-break-condition 1
-<+ 18^done
+>+ 3-break-insert --thread 1 tick => 3^done,bkpt={number="3",type="breakpoint",func="tick",on="card"}
+>+ 4-break-insert hostonly => 4^done,bkpt={number="4",func="hostonly"}
+>+ 5-break-insert nobkpt => 5^error,msg="Internal error"
+>+ 6-break-insert nowhere => 6^error,msg="card: nowhere either"
+>+ 7-break-insert main => 7^error,msg="Internal error"
+>+ 7-break-insert dup => 7^error,msg="card: no dup"
+>+ 8-break-disable 1 => 8^done
+>+ 9-break-enable 1 => 9^done
+>+ 10-break-disable 4 => 10^done
+>+ 11-break-delete 4 => 11^done
+>+ 12-break-condition 1 counter > 2 => 12^done
+>+ 13-break-after --thread-group i1 1 3 => 13^done
+>+ 14-break-delete => 14^error,msg="Breakpoint number is missing."
+>+ 14-break-disable main => 14^error,msg="Breakpoint number is missing."
+>+ 14-break-condition   => 14^error,msg="Breakpoint number is missing."
+>+ 14-break-after x 1 => 14^error,msg="Breakpoint number is missing."
+>+ 15-break-disable 9 => 15^done
+>+ 15-break-condition 9 x => 15^done
+>+ 15-break-delete 9 => 15^done
+>+ 16-break-delete 1 3 => 16^done
+>+ 17-break-condition 1 2 => 17^done
+>+ 18-break-condition 1 => 18^done
 i1: 1-break-insert main
 i1: -break-insert -f __zub_target_so_loaded
 i1: 2-exec-run

@@ -1,6 +1,7 @@
 # Lines without a command word get a bare prompt; unknown words are "done" but not implemented,
 # with their token, and never reach the engine; "-exec-interrupt" answers nothing; "quit" ends
-# the session like "-gdb-exit" and the engine is told "quit" too.
+# the session like "-gdb-exit" and the engine is told "quit" too. Megabyte lines and raw bytes
+# are handled whole.
 host: on quit $TOKEN^exit
 host: on quit @exit 0
 <+ =thread-group-added,id="i1"
@@ -14,29 +15,32 @@ host: on quit @exit 0
 < (gdb)
 > Upper-case start
 < (gdb)
-> 5-thread-select 1
-<+ 5^done,msg="Command is not implemented."
-> -enable-pretty-printing
-<+ ^done,msg="Command is not implemented."
-> 6-Gdb-set confirm off
-<+ 6^done,msg="Command is not implemented."
-> 7-GDB-EXIT
-<+ 7^done,msg="Command is not implemented."
-> 8-gdb-setx
-<+ 8^done,msg="Command is not implemented."
-> 9|odd|
-<+ 9^done,msg="Command is not implemented."
+>+ 5-thread-select 1 => 5^done,msg="Command is not implemented."
+>+ -enable-pretty-printing => ^done,msg="Command is not implemented."
+>+ 6-Gdb-set confirm off => 6^done,msg="Command is not implemented."
+>+ 7-GDB-EXIT => 7^done,msg="Command is not implemented."
+>+ 8-gdb-setx => 8^done,msg="Command is not implemented."
+>+ 9|odd| => 9^done,msg="Command is not implemented."
+>+ 1-gdb-set {x*1048576} => 1^done
+>+ 2-frobnicate {x*1048576} => 2^done,msg="Command is not implemented."
+> { *1048576}
+< (gdb)
+> \x01\x02\xff\xfe
+< (gdb)
+>+ 3-gdb-set \x01\xff\x00\x7f end\x0d => 3^done
+> 4\x00-gdb-set
+< (gdb)
 > 12-exec-interrupt
 quiet 200
 > -exec-interrupt
 quiet 200
-> 13-gdb-set confirm off
-<+ 13^done
+>+ 13-gdb-set confirm off => 13^done
 > 21quit
 < =thread-group-removed,id="i1"
 < 21^exit
-eof
-exit 0
+end
+i1: 1-gdb-set {x*1048576}
+i1: 3-gdb-set \x01\xff\x00\x7f end\x0d
 i1: 13-gdb-set confirm off
 i1: 21quit
 log: From user: $

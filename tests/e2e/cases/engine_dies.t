@@ -5,8 +5,7 @@ host: on -stack-info-depth @exit 0
 > 7-stack-info-depth
 < =thread-group-exited,id="i1"
 <+ 7^error,msg="Internal error"
-> 8-gdb-set a
-<+ 8^error,msg="No debugger engine is left: every engine has ended."
+>+ 8-gdb-set a => 8^error,msg="No debugger engine is left: every engine has ended."
 > 9-gdb-exit
 < 9^exit
 exit 0

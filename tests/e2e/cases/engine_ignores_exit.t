@@ -2,5 +2,4 @@
 host: on -gdb-exit @noprompt
 <+ =thread-group-added,id="i1"
 ! SIGTERM
-eof
-exit 0
+end

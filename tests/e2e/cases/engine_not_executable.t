@@ -4,6 +4,5 @@ env: ZUBC_HOST=$DIR/missing
 <+ =thread-group-added,id="i1"
 < =thread-group-exited,id="i1"
 ! SIGTERM
-eof
-exit 0
+end
 stderr: Error: Cannot execute $DIR/missing: No such file or directory

@@ -36,12 +36,9 @@ card: on#2 -gdb-set $TOKEN^done
 < =thread-created,id="4",group-id="i1",pid="555"
 < =library-loaded,id="/lib/card.so",symbols-loaded="0",group-id="i1"
 <+ 12^done,engine="one"
-> 13-gdb-set --thread-group i2 width 0
-<+ 13^error,msg="two"
-> 14-set-serialize-execution on
-<+ 14^error,msg="two"
-> 15-stack-info-depth --thread 3
-<+ 15^done,depth="4"
+>+ 13-gdb-set --thread-group i2 width 0 => 13^error,msg="two"
+>+ 14-set-serialize-execution on => 14^error,msg="two"
+>+ 15-stack-info-depth --thread 3 => 15^done,depth="4"
 > 16-gdb-set --thread-group vek1 x
 < =thread-exited,id="4",group-id="i1"
 <+ 16^done

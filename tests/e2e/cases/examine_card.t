@@ -35,53 +35,34 @@ card: on -data-evaluate-expression $TOKEN^done,value="7"
 < =thread-created,id="2",group-id="i1",pid="7"
 <+ 2^done
 # Groups: the host's only. Of several ids the last counts; i1 holds the card's threads too.
-> 3-list-thread-groups
-<+ 3^done,groups=[{id="i1",pid="42",type="process"}]
-> 4-list-thread-groups i2 i1
-<+ 4^done,threads=[{id="1",state="stopped"},{id="2",state="stopped"},{id="3"}]
-> 5-thread-info 1
-<+ 5^done,threads=[{id="1",core="local"}]
-> 6-thread-info 2
-<+ 6^done,threads=[{id="2",core="vek0"}]
-> 7-thread-info 1
-<+ 7^done,threads=[]
-> 8-thread-info
-<+ 8^error,msg="Command not implemented"
-> 9-list-thread-groups --available
-<+ 9^done,groups=[{id="i1",type="process"},{id="i1",type="process",pid="7"}]
-> 10-list-thread-groups --available
-<+ 10^done,groups=[]
+>+ 3-list-thread-groups => 3^done,groups=[{id="i1",pid="42",type="process"}]
+>+ 4-list-thread-groups i2 i1 => 4^done,threads=[{id="1",state="stopped"},{id="2",state="stopped"},{id="3"}]
+>+ 5-thread-info 1 => 5^done,threads=[{id="1",core="local"}]
+>+ 6-thread-info 2 => 6^done,threads=[{id="2",core="vek0"}]
+>+ 7-thread-info 1 => 7^done,threads=[]
+>+ 8-thread-info => 8^error,msg="Command not implemented"
+>+ 9-list-thread-groups --available => 9^done,groups=[{id="i1",type="process"},{id="i1",type="process",pid="7"}]
+>+ 10-list-thread-groups --available => 10^done,groups=[]
 # Registers in the card's numbering: 3 is rbx (the host's 1), 60 a card vector register. The
 # first request fetches the names itself; requests the host cannot answer never reach it.
-> 11-data-list-register-values --thread 1 x 3 60
-<+ 11^done,register-values=[{number="3",value="0xb"},{number="60",value="<undefined>"}]
-> 12-data-list-register-values --thread 1 x 60
-<+ 12^done,register-values=[{number="60",value="<undefined>"}]
-> 13-data-list-register-values --thread 1 x 98
-<+ 13^error,msg="Invalid register: 98"
-> 14-data-list-register-values --thread 1 x 99999999999
-<+ 14^error,msg="Internal error"
-> 15-data-list-register-values --thread 1 x -1
-<+ 15^error,msg="Internal error"
-> 16-data-list-register-values --thread 2 x 60
-<+ 16^done,register-values=[{number="60",value="0x3c"}]
+>+ 11-data-list-register-values --thread 1 x 3 60 => 11^done,register-values=[{number="3",value="0xb"},{number="60",value="<undefined>"}]
+>+ 12-data-list-register-values --thread 1 x 60 => 12^done,register-values=[{number="60",value="<undefined>"}]
+>+ 13-data-list-register-values --thread 1 x 98 => 13^error,msg="Invalid register: 98"
+>+ 14-data-list-register-values --thread 1 x 99999999999 => 14^error,msg="Internal error"
+>+ 15-data-list-register-values --thread 1 x -1 => 15^error,msg="Internal error"
+>+ 16-data-list-register-values --thread 2 x 60 => 16^done,register-values=[{number="60",value="0x3c"}]
 > 17-data-list-register-values --thread 2 x
 <~ 17\^done,register-values=\[(\{number="\d",value="<undefined>"\},){5}\{number="5",value="0x5"\}(,\{number="\d+",value="<undefined>"\}){92}\]
 < (gdb)
-> 18-data-list-register-values --thread 2 x
-<+ 18^error,msg="Internal error"
+>+ 18-data-list-register-values --thread 2 x => 18^error,msg="Internal error"
 > 19-data-list-register-names --thread-group vek1
 <~ 19\^done,register-names=\["rax","rdx","rcx","rbx"(,"[a-z0-9]+"){93},"k7"\]
 < (gdb)
-> 20-data-list-register-names
-<+ 20^error,msg="Internal error"
+>+ 20-data-list-register-names => 20^error,msg="Internal error"
 # A variable object in a card thread: the card engine owns it and becomes current.
-> 21-var-create --thread 2 - * x
-<+ 21^done,name="var0",numchild="1",value="{...}",type="struct s",thread-id="2"
-> 22-var-list-children --all-values var0.a
-<+ 22^done,numchild="1",children=[child={name="var0.a.b",exp="b",numchild="0",type="int"}]
-> 23-data-evaluate-expression x
-<+ 23^done,value="7"
+>+ 21-var-create --thread 2 - * x => 21^done,name="var0",numchild="1",value="{...}",type="struct s",thread-id="2"
+>+ 22-var-list-children --all-values var0.a => 22^done,numchild="1",children=[child={name="var0.a.b",exp="b",numchild="0",type="int"}]
+>+ 23-data-evaluate-expression x => 23^done,value="7"
 log: Skipping record that is not a MiMap.
 log: Skipping record without 'id'.
 log: Filed 'threads' not found (msg="no thread").

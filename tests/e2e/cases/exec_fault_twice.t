@@ -3,9 +3,7 @@ host: on -exec-continue $TOKEN^running
 host: on -exec-continue $TOKEN^running
 <+ =thread-group-added,id="i1"
 > 4-exec-continue
-< 4^running
-<+ *running,thread-id="all"
-eof
-exit 0
+<running 4
+end
 log: Unexpected result from i1.
 log: 'checkOutputOfZubs' failed.

@@ -8,20 +8,17 @@ host: on#2 -exec-continue @after 300 $TOKEN^running
 host: on SIGINT *stopped,reason="signal-received",signal-name="SIGINT",thread-id="1"
 <+ =thread-group-added,id="i1"
 > 1-exec-run
-< 1^running
-<+ *running,thread-id="all"
+<running 1
 > -exec-interrupt
 < 1*stopped,reason="signal-received",signal-name="SIGINT",thread-id="1"
 > 2-exec-continue
-< 2^running
-<+ *running,thread-id="all"
+<running 2
 quiet 100
 ! SIGINT
 < 2*stopped,reason="signal-received",signal-name="SIGINT",thread-id="1"
 > 3-exec-continue
 > -exec-interrupt
-< 3^running
-<+ *running,thread-id="all"
+<running 3
 < 3*stopped,reason="signal-received",signal-name="SIGINT",thread-id="1"
 quiet 100
 i1: -break-insert -f __zub_target_so_loaded

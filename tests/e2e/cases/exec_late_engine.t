@@ -9,8 +9,7 @@ card: on -exec-continue @after 400 $TOKEN^running
 card: on SIGINT *stopped,reason="signal-received",thread-id="1"
 <+ =thread-group-added,id="i1"
 > 1-exec-continue
-< 1^running
-<+ *running,thread-id="all"
+<running 1
 < 1*stopped,reason="breakpoint-hit",bkptno="1",thread-id="1"
 vek1: 1-exec-continue
 vek1: <SIGINT>

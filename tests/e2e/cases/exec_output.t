@@ -17,25 +17,20 @@ host: on#4 -exec-next $TOKEN^running
 host: on#4 -exec-next *stopped,reason="exited-normally",exit-code="0"
 <+ =thread-group-added,id="i1"
 > 4-exec-continue
-< 4^running
-<+ *running,thread-id="all"
+<running 4
 < hello from the program
 < ~"Breakpoint 1, main () at prog.c:3\n"
 < &"a log line mentioning __zub_target_so_loaded\n"
 < 4*stopped,reason="breakpoint-hit",thread-id="1"
 > 1-exec-next
-< 1^running
-<+ *running,thread-id="all"
+<running 1
 < 1*stopped,reason="unknown"
 > 2-exec-next
-< 2^running
-<+ *running,thread-id="all"
+<running 2
 < 2*stopped,reason="unknown"
 > 3-exec-next
-< 3^running
-<+ *running,thread-id="all"
+<running 3
 < 3*stopped,reason="unknown"
 > 5-exec-next
-< 5^running
-<+ *running,thread-id="all"
+<running 5
 < 5*stopped,reason="exited-normally",exit-code="0"

@@ -24,25 +24,19 @@ card: on quit $TOKEN^exit
 card: on quit @exit 0
 <+ =thread-group-added,id="i1"
 > 1-exec-continue
-< 1^running
-<+ *running,thread-id="all"
+<running 1
 < 1*stopped,reason="breakpoint-hit",thread-id="1"
 > 2-exec-next --thread 1
-< 2^running
-<+ *running,thread-id="all"
+<running 2
 < 2*stopped,reason="end-stepping-range",thread-id="1"
 > 3-exec-step --thread 2
-< 3^running
-<+ *running,thread-id="all"
+<running 3
 < 3*stopped,reason="end-stepping-range",thread-id="2"
-> 4-exec-next --thread 42
-<+ 4^error,msg="Invalid thread: 42"
+>+ 4-exec-next --thread 42 => 4^error,msg="Invalid thread: 42"
 > 5-exec-continue --thread-group i1
-< 5^running
-<+ *running,thread-id="all"
+<running 5
 < 5*stopped,reason="breakpoint-hit",thread-id="1"
-> 6-stack-info-depth
-<+ 6^done
+>+ 6-stack-info-depth => 6^done
 > quit
 < =thread-group-removed,id="i1"
 < ^exit

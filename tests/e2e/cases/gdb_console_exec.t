@@ -12,15 +12,13 @@ args: --interpreter=mi $SAMPLE
 <+ *running,thread-id="all"
 <... 2\*stopped,reason="breakpoint-hit",.*func="sum_of_squares",args=\[\{name="count",value="2"\}\].*
 > 3-interpreter-exec console "n"
-< 3^running
-<+ *running,thread-id="all"
+<running 3
 <... 3\*stopped,reason="end-stepping-range",.*
 > 4-exec-return
 <~ 4\^done,frame=\{level="0",.*func="main".*\}
 < (gdb)
 > 5-interpreter-exec console "continue"
-< 5^running
-<+ *running,thread-id="all"
+<running 5
 <... 5\*stopped,reason="breakpoint-hit",.*func="sum_of_squares",args=\[\{name="count",value="3"\}\].*
 > quit
 <... \^exit

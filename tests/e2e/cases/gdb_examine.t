@@ -14,17 +14,14 @@ args: --interpreter=mi $SAMPLE
 <... 2\*stopped,reason="breakpoint-hit",.*bkptno="1".*func="fill_point".*thread-id="1",.*
 > 3-exec-next
 <... 3\*stopped,reason="end-stepping-range",.*func="fill_point".*
-> 4-var-create - * *p
-<+ 4^done,name="var0",numchild="2",value="{...}",type="struct point",thread-id="1",has_more="0"
+>+ 4-var-create - * *p => 4^done,name="var0",numchild="2",value="{...}",type="struct point",thread-id="1",has_more="0"
 > 5-var-list-children --all-values var0
 <~ 5\^done,numchild="2",children=\[child=\{name="var0.x",exp="x",numchild="0",value="3",type="int",thread-id="\d+"\},child=\{name="var0.y",exp="y",numchild="0",value="0",type="int",thread-id="\d+"\}\],has_more="0"
 < (gdb)
 > 6-exec-next
 <... 6\*stopped,reason="end-stepping-range",.*
-> 7-var-update --all-values var0
-<+ 7^done,changelist=[{name="var0.y",value="9",in_scope="true",type_changed="false",has_more="0"}]
-> 8-data-evaluate-expression p->x*p->y
-<+ 8^done,value="27"
+>+ 7-var-update --all-values var0 => 7^done,changelist=[{name="var0.y",value="9",in_scope="true",type_changed="false",has_more="0"}]
+>+ 8-data-evaluate-expression p->x*p->y => 8^done,value="27"
 > 9-data-read-memory &p->x x 4 1 2
 <~ 9\^done,addr="0x[0-9a-f]+",nr-bytes="8",.*,memory=\[\{addr="0x[0-9a-f]+",data=\["0x00000003","0x00000009"\]\}\]
 < (gdb)
@@ -45,14 +42,10 @@ args: --interpreter=mi $SAMPLE
 > 14-thread-info 2
 <~ 14\^done,threads=\[\{id="2",target-id="Thread .*,state="stopped",core="local"\}\]
 < (gdb)
-> 15-list-thread-groups
-<+ 15^done,groups=[{id="i1",type="process"}]
-> 16-var-delete var0
-<+ 16^done,ndeleted="3"
-> 17-var-update var0.y
-<+ 17^error,msg="Invalid variable: var0"
-> 18-break-delete 1
-<+ 18^done
+>+ 15-list-thread-groups => 15^done,groups=[{id="i1",type="process"}]
+>+ 16-var-delete var0 => 16^done,ndeleted="3"
+>+ 17-var-update var0.y => 17^error,msg="Invalid variable: var0"
+>+ 18-break-delete 1 => 18^done
 > 19-exec-continue
 <... 19\^running
 <+ *running,thread-id="all"
@@ -61,5 +54,4 @@ args: --interpreter=mi $SAMPLE
 > 20-gdb-exit
 < =thread-group-removed,id="i1"
 < 20^exit
-eof
-exit 0
+end

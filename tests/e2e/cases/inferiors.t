@@ -18,22 +18,17 @@ host: on /attach +77/ $TOKEN^done,thread-id="7"
 < =thread-created,id="1",group-id="i1",pid="77"
 < 3*stopped,reason="signal-received",thread-id="1"
 <+ 3^done,thread-id="1"
-> 4-add-inferior
-<+ =thread-group-added,id="i2"
+>+ 4-add-inferior => =thread-group-added,id="i2"
 > 4-remove-inferior i2
 < =thread-group-removed,id="i2"
 <+ 4^done
-> 4-stack-info-depth
-<+ 4^done
-> 4-add-inferior
-<+ =thread-group-added,id="i2"
-> 5-file-exec-and-symbols --thread 1 prog
-<+ 5^done
+>+ 4-stack-info-depth => 4^done
+>+ 4-add-inferior => =thread-group-added,id="i2"
+>+ 5-file-exec-and-symbols --thread 1 prog => 5^done
 > 6-remove-inferior i1
 < =thread-group-removed,id="i1"
 <+ 6^done
-> 7-remove-inferior i1
-<+ 7^error,msg="Invalid thread-group: i1"
+>+ 7-remove-inferior i1 => 7^error,msg="Invalid thread-group: i1"
 > 8-gdb-exit
 < =thread-group-removed,id="i2"
 < 8^exit

@@ -4,5 +4,4 @@ env: WEM_LOG=$DIR/missing/wem.log
 > 1-gdb-exit
 < =thread-group-removed,id="i1"
 < 1^exit
-eof
-exit 0
+end

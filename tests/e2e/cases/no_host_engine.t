@@ -1,7 +1,19 @@
-# Without a host engine configured the program says so on standard error only, and ends.
+# Without a host engine configured the program says so on standard error only, and ends. Card
+# discovery comes first: a stub `mount` first in PATH prints a long line and raw bytes, then a
+# sysfs mount point without a line end, and fails; what the shell printed is the answer, every
+# line whole, so discovery goes on to list the card images.
 env: ZUBC_HOST=
-eof
-exit 0
+env: PATH=$DIR:/usr/bin:/bin
+file: mount #!/bin/sh
+file: mount head -c 300000 /dev/zero | tr '\0' x
+file: mount printf '\n\001\000b\nsysfs on $DIR type sysfs (rw)'
+file: mount exit 3
+end
+log: Executing command: mount -t sysfs
+log: Command output: {x*300000}
+log: Command output: \x01\x00b
+log: Command output: sysfs on $DIR type sysfs (rw)
+log: Executing command: echo /opt/ulvax/vek/filesystem/vek*
 log: ZUBC_HOST is not defined.
 log: Failed to spawn Zub.
 stderr: Error: ZUBC_HOST is not defined.

@@ -20,29 +20,25 @@ host: on#1 -data-evaluate-expression $TOKEN^done,value="\"\""
 host: on -data-evaluate-expression $TOKEN^done,value="\"card.out\""
 <+ =thread-group-added,id="i1"
 > 1-exec-run
-< 1^running
-<+ *running,thread-id="all"
+<running 1
 < ~"Attaching VEK process...\n"
 < ~"Failed to retrieve VEK card number.\n"
 < 1*stopped,reason="breakpoint-hit",frame={func="main"}
 > 2-exec-next
-< 2^running
-<+ *running,thread-id="all"
+<running 2
 < ~"Attaching VEK process...\n"
 < ~"VEK card number is 0.\n"
 < ~"Failed to retrieve VEK pid.\n"
 < 2*stopped,reason="offload-start"
 > 3-exec-next
-< 3^running
-<+ *running,thread-id="all"
+<running 3
 < ~"Attaching VEK process...\n"
 < ~"VEK card number is 0.\n"
 < ~"VEK Pid is 77.\n"
 < ~"Failed to retrieve VEK local file.\n"
 < 3*stopped,reason="offload-start"
 > 4-exec-next
-< 4^running
-<+ *running,thread-id="all"
+<running 4
 < ~"Attaching VEK process...\n"
 < ~"VEK card number is 1.\n"
 < ~"VEK Pid is 77.\n"
@@ -50,8 +46,7 @@ host: on -data-evaluate-expression $TOKEN^done,value="\"card.out\""
 < ~"Failed to retrieve VEK card address.\n"
 < 4*stopped,reason="offload-start"
 > 5-exec-next
-< 5^running
-<+ *running,thread-id="all"
+<running 5
 < ~"Attaching VEK process...\n"
 < ~"VEK card number is 0.\n"
 < ~"VEK Pid is 77.\n"

@@ -33,15 +33,11 @@ card: on -exec-next $TOKEN^running
 card: on -exec-next @after 100 *stopped,reason="exited-normally"
 card2: on attach $TOKEN^error,msg="ptrace: No such process."
 <+ =thread-group-added,id="i1"
-> 1-break-insert main
-<+ 1^done,bkpt={number="1",func="main"}
-> 2-break-insert kernel
-<+ 2^done,bkpt={number="2",func="kernel"}
-> 3-break-disable 2
-<+ 3^done
+>+ 1-break-insert main => 1^done,bkpt={number="1",func="main"}
+>+ 2-break-insert kernel => 2^done,bkpt={number="2",func="kernel"}
+>+ 3-break-disable 2 => 3^done
 > 4-exec-run
-< 4^running
-<+ *running,thread-id="all"
+<running 4
 < ~"Attaching VEK process...\n"
 < ~"VEK card number is 0.\n"
 < ~"VEK Pid is 4242.\n"
@@ -50,12 +46,10 @@ card2: on attach $TOKEN^error,msg="ptrace: No such process."
 < ~"VEK process is attached.\n"
 < 4*stopped,reason="breakpoint-hit",frame={func="main"},thread-id="2"
 > 5-exec-next
-< 5^running
-<+ *running,thread-id="all"
+<running 5
 < 5*stopped,reason="offload-end"
 > 6-exec-next
-< 6^running
-<+ *running,thread-id="all"
+<running 6
 < ~"Attaching VEK process...\n"
 < ~"VEK card number is 0.\n"
 < ~"VEK Pid is 4242.\n"
@@ -64,8 +58,7 @@ card2: on attach $TOKEN^error,msg="ptrace: No such process."
 < ~"Attach command failed.\n"
 < 6*stopped,reason="offload-start"
 > 7-exec-continue
-< 7^running
-<+ *running,thread-id="all"
+<running 7
 < 7*stopped,reason="exited-normally"
 i1: 1-break-insert main
 i1: 2-break-insert kernel

@@ -16,15 +16,12 @@ args: --interpreter=mi $BUILD/bin/offload_host
 > 2-break-insert offload_host.c:61
 <~ 2\^done,bkpt=\{number="2",.*line="61".*
 < (gdb)
-> 3-exec-args 2
-<+ 3^done
+>+ 3-exec-args 2 => 3^done
 > 4-exec-run
 <... 4\*stopped,reason="breakpoint-hit",.*func="offload",.*thread-id="1".*
-> 5-break-delete 2
-<+ 5^done
+>+ 5-break-delete 2 => 5^done
 > 6-exec-next
-< 6^running
-<+ *running,thread-id="all"
+<running 6
 < *running,thread-id="all"
 < ~"Attaching VEK process...\n"
 < ~"VEK card number is 0.\n"

@@ -5,8 +5,7 @@ host: on -stack-info-depth @noprompt
 > 6-stack-info-depth
 sleep 200
 ! SIGQUIT
-eof
-exit 0
+end
 i1: 6-stack-info-depth
 i1: <SIGINT>
 i1: -gdb-exit

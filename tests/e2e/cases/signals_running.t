@@ -13,8 +13,7 @@ quiet 300
 sleep 200
 ! SIGTERM
 <+ 5^done
-eof
-exit 0
+end
 i1: 4-stack-info-depth
 i1: <SIGINT>
 i1: 5-gdb-set a

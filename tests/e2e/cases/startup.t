@@ -1,17 +1,20 @@
 # The host engine is announced as group i1 with a prompt (its banner is not shown) and gets the
 # program's whole argument vector; any spelling that selects an MI interpreter is accepted. While
 # idle, an interrupt is only logged and a terminate request ends the session, the engine
-# interrupted and asked to exit.
+# interrupted and asked to exit. A last line without a line end never runs; the end of input
+# leaves the session idle.
 host: banner ~"engine banner is not shown"
 args: --interpreter mi -x=1 -i=console
 <+ =thread-group-added,id="i1"
 ! SIGINT
 quiet 300
 > 3-gdb-set a
+> 4-gdb-set b\c
+close
 <+ 3^done
+quiet 300
 ! SIGTERM
-eof
-exit 0
+end
 i1: 3-gdb-set a
 i1: <SIGINT>
 i1: -gdb-exit

@@ -6,6 +6,5 @@ file: full.sh dd if=/dev/zero of="$0.p" bs=4096 count=64 oflag=nonblock status=n
 file: full.sh exec "$@"
 wrap: sh $DIR/full.sh
 args: -i mi
-eof
-exit 0
+end
 log: stderr: Error: Interpreter mode not supported.

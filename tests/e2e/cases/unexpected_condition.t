@@ -11,8 +11,7 @@ host: on -gdb-set ~"after the prompt: not shown\n"
 < ~"Further details.\n"
 < &"more\n"
 < ~"Quitting because of an internal error.\n"
-eof
-exit 0
+end
 i1: 4-gdb-set a
 i1: <SIGINT>
 i1: -gdb-exit

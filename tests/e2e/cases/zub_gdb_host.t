@@ -30,5 +30,4 @@ args: --interpreter=mi $SAMPLE
 <... 7\*stopped,reason="signal-received",signal-name="SIGINT".*
 > 8-gdb-exit
 <... 8\^exit
-eof
-exit 0
+end

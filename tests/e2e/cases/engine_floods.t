@@ -1,0 +1,14 @@
+# Notifications that arrive while idle wait for the next command; an engine's log stream reaches
+# the user whole, its console stream and unknown notifications are only logged.
+host: banner @flood 5000 =breakpoint-modified,bkpt={number="1"}
+host: on -gdb-set @flood 50000 &"flood line\n"
+host: on -gdb-set @flood 50000 ~"console flood\n"
+host: on -gdb-set $TOKEN^done
+<+ =thread-group-added,id="i1"
+quiet 200
+> 7-gdb-set a
+50000* < &"flood line\n"
+<+ 7^done
+i1: 7-gdb-set a
+5000* log: Ignoring event: =breakpoint-modified,bkpt={number="1"}
+50000* log: Ignoring input (~"console flood\n"
