@@ -166,13 +166,7 @@ bool MiSession::checkEndedZubs(MiCmd* cmd) {
 void MiSession::handleZubEnded(const std::string& zubId) {
   LOG_BLANK_AT(ctrl) << "The output of " << zubId << " has ended.";
   threadGroups.erase(zubId);
-  ctrl.removeZub(zubId);
-  if (zubId.rfind("vek", 0) != 0) ctrl.sendToUser("=thread-group-exited,id=\"" + zubId + "\"\n");
-  if (zubId == currentZubId) {
-    std::set<std::string> remaining;
-    ctrl.getZubIds(remaining);
-    currentZubId = remaining.empty() ? "" : *remaining.begin();
-  }
+  forgetZub(zubId, "exited");
 }
 
 void MiSession::clearSigInt() {

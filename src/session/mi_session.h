@@ -88,6 +88,9 @@ class MiSession {
   // Forgets the group and reaps the engine, which the caller has already made exit. Host groups
   // are announced as removed; currentZubId moves to the smallest remaining engine.
   bool removeZub(std::string id);
+  // Reaps the engine, announces a host group with "=thread-group-" + `how` ("removed",
+  // "exited") and moves currentZubId off it; the group record is the caller's business.
+  void forgetZub(const std::string& id, const std::string& how);
   // removeZub for each id in order, going on after a failure; true only if all succeeded.
   bool removeZubs(const std::set<std::string>& ids);
 

@@ -54,15 +54,19 @@ bool MiSession::removeZub(std::string id) {
     LOG_BLANK_AT(ctrl) << "Failed to find thread-group " << id;
     return false;
   }
+  forgetZub(id, "removed");
+  LOG_BLANK_AT(ctrl) << id << " removed.";
+  return true;
+}
+
+void MiSession::forgetZub(const std::string& id, const std::string& how) {
   ctrl.removeZub(id);
-  if (id.rfind("vek", 0) != 0) ctrl.sendToUser("=thread-group-removed,id=\"" + id + "\"\n");
+  if (id.rfind("vek", 0) != 0) ctrl.sendToUser("=thread-group-" + how + ",id=\"" + id + "\"\n");
   if (id == currentZubId) {
     std::set<std::string> remaining;
     ctrl.getZubIds(remaining);
     currentZubId = remaining.empty() ? "" : *remaining.begin();
   }
-  LOG_BLANK_AT(ctrl) << id << " removed.";
-  return true;
 }
 
 bool MiSession::removeZubs(const std::set<std::string>& ids) {
