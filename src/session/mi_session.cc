@@ -3,6 +3,7 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include "base/compat.h"
 #include "base/env_var.h"
 #include "base/log.h"
 #include "base/signals.h"
@@ -41,6 +42,8 @@ void MiSession::start(const char** argv) {
     checkInputFromUser();
     if (commandQueue.empty()) {
       checkEndedZubs(nullptr);
+      // gdb ends at the end of its input; a client that died leaves nobody else to end engines.
+      if (gdbCompatible() && ctrl.userIO.ended && ctrl.userInput.size() == 0) return;
       // Nothing to do until a user line, a signal or an engine's end comes.
       if (ctrl.userInput.size() == 0) ctrl.waitForEvent();
     } else if (ctrl.zubs.empty() && !isExitCmd(*commandQueue.front())) {

@@ -23,7 +23,7 @@ const std::string kCases = WEM_SOURCE_DIR "/tests/e2e/cases";
 
 struct Step {
   int line;
-  std::string verb;  // ">", "<", "<~", "<...", "!", "sleep", "quiet", "eof", "exit"
+  std::string verb;  // ">", "<", "<~", "<...", "!", "sleep", "quiet", "eof", "close", "exit"
   std::string text;
 };
 
@@ -62,7 +62,8 @@ std::string expand(std::string text, const std::string& dir) {
 bool parseCase(const std::string& path, const std::string& dir, Case& c) {
   static const boost::regex keyed(
       R"(^(host\d*|card\d*|args|wrap|env|engine|file|cards|spawn|log|stderr|i\d+|vek\d+):(?: (.*))?$)");
-  static const boost::regex step(R"(^(>|<~|<\.\.\.|<\+|<|!|sleep|quiet|eof|exit)(?: (.*))?$)");
+  static const boost::regex step(
+      R"(^(>|<~|<\.\.\.|<\+|<|!|sleep|quiet|eof|close|exit)(?: (.*))?$)");
   std::ifstream in(path);
   int number = 0;
   for (std::string line; std::getline(in, line);) {
@@ -99,10 +100,11 @@ bool parseCase(const std::string& path, const std::string& dir, Case& c) {
       else
         c.received[key] += text + "\n";
     } else if (boost::regex_match(line, m, step)) {
-      // "<+" is a reply: the record, then its prompt.
+      // "<+" is a reply: the record, then its prompt (gdb's own, with a blank, in its mode).
       const bool reply = m[1] == "<+";
       c.steps.push_back({number, reply ? "<" : std::string(m[1]), m[2]});
-      if (reply) c.steps.push_back({number, "<", "(gdb)"});
+      const bool gdbPrompt = c.env.contains("WEM_COMPAT") && c.env.at("WEM_COMPAT") == "gdb";
+      if (reply) c.steps.push_back({number, "<", gdbPrompt ? "(gdb) " : "(gdb)"});
     } else {
       ADD_FAILURE() << path << ":" << number << ": cannot read: " << line;
       return false;
@@ -155,6 +157,7 @@ class ProgramPeer : public Peer {
     if (step.verb == "!") return kSignals.count(step.text) && child.signal(kSignals.at(step.text));
     if (step.verb == "quiet") return child.staysQuiet(Ms(std::stoi(step.text)));
     if (step.verb == "eof") return child.endsHere();
+    if (step.verb == "close") return child.closeStdin(), true;
     if (step.verb != "exit") return false;
     exited = child.exitCode() == std::stoi(step.text);
     return exited;
