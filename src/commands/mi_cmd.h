@@ -98,7 +98,7 @@ class SimpleMiCmd : public MiCmd {
 };
 
 // A command word the program does not know: answered at once, "^done" (or "^error") with the
-// message "Command is not implemented.".
+// message "Command is not implemented.", or, in the gdb-compatible mode, with gdb's own error.
 class NotImplementedCmd : public MiCmd {
  public:
   NotImplementedCmd(const std::string& line, bool replyDone);

@@ -4,6 +4,7 @@
 #include <fstream>
 #include <set>
 
+#include "base/compat.h"
 #include "base/log.h"
 #include "commands/errors.h"
 #include "engine/ctrl_module.h"
@@ -24,7 +25,11 @@ bool InferiorTtySetCmd::replyToUser(MiSession& session) {
   return replyFromOneEngine(session, false);
 }
 
-bool InterpreterExecCmd::launchCmd(MiSession& session) { return sendToOneEngine(session); }
+bool InterpreterExecCmd::launchCmd(MiSession& session) {
+  // What the console prints is the answer gdb's clients show.
+  forwardConsoleOutput = gdbCompatible();
+  return sendToOneEngine(session);
+}
 
 bool InterpreterExecCmd::replyToUser(MiSession& session) {
   return replyFromOneEngine(session, false);

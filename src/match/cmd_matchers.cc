@@ -17,6 +17,11 @@ bool matchCmdName(std::string& name, std::string const& command) {
   return searchGroups(re, command, {&name});
 }
 
+bool matchTokenAndRest(std::string const& command, std::string& token, std::string& rest) {
+  static const boost::regex re(R"(^[ \t]*([0-9]*)[ \t]*([^\n]*))");
+  return searchGroups(re, command, {&token, &rest});
+}
+
 bool matchCmdThreadId(std::string& threadId, std::string const& command) {
   static const boost::regex re(R"(--thread[[:space:]]+([0-9]+))");
   return searchGroups(re, command, {&threadId});

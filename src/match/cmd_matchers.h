@@ -15,6 +15,9 @@
 bool matchCmdId(std::string& token, std::string const& command);
 // The command word after the token, such as "-break-insert" or "info".
 bool matchCmdName(std::string& name, std::string const& command);
+// The line as gdb reads it: blanks before the token and between the token and the rest do not
+// count. `rest` runs to the line end, which it does not include.
+bool matchTokenAndRest(std::string const& command, std::string& token, std::string& rest);
 // The value of "--thread" (a user thread id).
 bool matchCmdThreadId(std::string& threadId, std::string const& command);
 // The value of "--thread-group"; may be empty.

@@ -1,8 +1,10 @@
+#include <boost/algorithm/string/replace.hpp>
 #include <boost/make_shared.hpp>
 #include <functional>
 #include <map>
 #include <string>
 
+#include "base/compat.h"
 #include "base/log.h"
 #include "base/signals.h"
 #include "commands/break_cmds.h"
@@ -166,9 +168,33 @@ const std::map<std::string, CmdFactory>& dispatchTable() {
   return table;
 }
 
+// gdb's reading of a line: blanks before the token and after it do not count, a line without a
+// command answers "^done" with its token, and a word the table lacks runs in the console unless
+// it is an MI word. False when the line was taken care of here; otherwise `line` is the line to
+// dispatch.
+bool readAsGdb(MiSession& session, const std::string& userLine, std::string& line,
+               MiCmdQueue& queue) {
+  std::string token, rest, word;
+  matchTokenAndRest(userLine, token, rest);
+  if (rest.empty()) {
+    session.ctrl.sendToUser(token + "^done\n");
+    session.ctrl.sendToUser(kPrompt);
+    return false;
+  }
+  line = token + rest + "\n";
+  if (rest.starts_with('-') || (matchCmdName(word, line) && dispatchTable().contains(word)))
+    return true;
+  boost::replace_all(rest, "\\", "\\\\");
+  boost::replace_all(rest, "\"", "\\\"");
+  interpreterExec(session, token + "-interpreter-exec console \"" + rest + "\"\n", queue);
+  return false;
+}
+
 }  // namespace
 
-bool MiSession::parseCmd(const std::string& line, MiCmdQueue& queue) {
+bool MiSession::parseCmd(const std::string& userLine, MiCmdQueue& queue) {
+  std::string line = userLine;
+  if (gdbCompatible() && !readAsGdb(*this, userLine, line, queue)) return true;
   std::string word;
   if (!matchCmdName(word, line)) {
     ctrl.sendToUser(kPrompt);

@@ -60,7 +60,7 @@ class MiSession {
 
   // Turns one user line (with its "\n") into zero, one or two commands at the back of `queue`.
   // A line without a command word gets a bare prompt; "-exec-interrupt" only sets sigIntPending.
-  // Always true.
+  // In the gdb-compatible mode the line is read as gdb reads it first. Always true.
   bool parseCmd(const std::string& line, MiCmdQueue& queue);
 
   // Notifications of an engine, rewritten into the user's numbering and passed on. Card engines

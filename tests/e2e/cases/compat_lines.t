@@ -1,0 +1,26 @@
+# gdb's mode: gdb's prompt; lines read as gdb reads them (blanks around the token, a bare token, a
+# console word, which runs in the console and shows its output); an unknown MI word gets gdb's
+# error and reaches no engine; the end of input ends the session and its engine.
+env: WEM_COMPAT=gdb
+host: on -interpreter-exec ~"a=1\n"
+host: on -interpreter-exec $TOKEN^done
+<+ =thread-group-added,id="i1"
+>   5-gdb-set confirm off
+<+ 5^done
+> 6  -gdb-set confirm on
+<+ 6^done
+> 42
+<+ 42^done
+> 7 print "a\n"
+< ~"a=1\n"
+<+ 7^done
+> 8-foo 1
+<+ 8^error,msg="Undefined MI command: foo",code="undefined-command"
+close
+eof
+exit 0
+i1: 5-gdb-set confirm off
+i1: 6-gdb-set confirm on
+i1: 7-interpreter-exec console "print \"a\\n\""
+i1: <SIGINT>
+i1: -gdb-exit
