@@ -1,7 +1,9 @@
 # gdb's mode: gdb's prompt; lines read as gdb reads them (blanks around the token, a bare token, a
 # console word, which runs in the console and shows its output); an unknown MI word gets gdb's
-# error and reaches no engine; the end of input ends the session and its engine.
+# error and reaches no engine; the end of input ends the session and its engine. The launch
+# options of gdb's clients are accepted.
 env: WEM_COMPAT=gdb
+args: -i mi --nx -q
 host: on -interpreter-exec ~"a=1\n"
 host: on -interpreter-exec $TOKEN^done
 <+ =thread-group-added,id="i1"

@@ -1,0 +1,8 @@
+# gdb's mode: "--version" is the host engine's own, and the session does not start.
+env: WEM_COMPAT=gdb
+engine: gdb
+args: --version -nx -q
+<~ GNU gdb .*
+<... There is NO WARRANTY.*
+eof
+exit 0
