@@ -2,6 +2,7 @@
 
 #include <signal.h>
 
+#include "base/compat.h"
 #include "base/log.h"
 #include "commands/errors.h"
 #include "engine/ctrl_module.h"
@@ -175,6 +176,7 @@ bool ExecCmd::handleMiStopped(MiSession& session, const std::string& zubId,
   if (matchMiRecord(line, text) && parseMiRecord(text, parsed) && parsed->toMiMap() &&
       parsed->replaceThreadIds(session.threadIdTable, zubId))
     record = *parsed->toMiMap();
+  if (gdbCompatible()) session.toUserBkpNumber(zubId, record);
   if (pendingZubIds.empty() && runningZubIds.empty()) return stateAllStopped(session);
   // A card-side process that ended by itself does not stop the host program.
   if (isVekZubId(zubId) && stopReason(record).find("exited") != std::string::npos) return true;

@@ -42,6 +42,23 @@ bool matchBkpId(std::string const& command, std::string& number) {
   return searchGroups(re, command, {&number});
 }
 
+bool matchBkpIds(std::string const& command, std::list<std::string>& numbers) {
+  static const boost::regex re(R"((?<=\s)[0-9]+(?=\s))");
+  const std::string::size_type start = command.find_first_of(" \t");
+  if (start == std::string::npos) return false;
+  std::list<std::string> found;
+  try {
+    for (boost::sregex_iterator it(command.begin() + start, command.end(), re), end; it != end;
+         ++it)
+      found.push_back(it->str());
+  } catch (const std::exception&) {
+    return false;
+  }
+  if (found.empty()) return false;
+  numbers.splice(numbers.end(), found);
+  return true;
+}
+
 bool matchBkpCondId(std::string const& command, std::string& number) {
   static const boost::regex re(R"(^[0-9]*-break-[a-z]+\s+(?:--\S+\s+\S+\s)?\s*([0-9]*)\s+)");
   return searchGroups(re, command, {&number});

@@ -27,6 +27,8 @@ bool matchCmdThreadGroupId(std::string& groupId, std::string const& command);
 bool matchThreadInfo(std::string const& command, std::string& threadId);
 // The digits that end the last word of the line; true with "" when that word has none.
 bool matchBkpId(std::string const& command, std::string& number);
+// Every word after the command word that is a number, in order, appended; true when there is one.
+bool matchBkpIds(std::string const& command, std::list<std::string>& numbers);
 // The breakpoint number after a -break-... word and one optional "--option value" pair.
 bool matchBkpCondId(std::string const& command, std::string& number);
 // The name requested by -var-create; "-" asks for an automatic name.

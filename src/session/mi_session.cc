@@ -187,6 +187,8 @@ void MiSession::handleMiEvent(const std::string& zubId, const std::string& line,
     handleThreadExited(zubId, line, eventClass);
   else if (eventClass == "library-loaded")
     handleLibraryLoaded(zubId, line, eventClass);
+  else if (eventClass.starts_with("breakpoint-") && gdbCompatible())
+    handleBreakpointEvent(zubId, line, eventClass);
   else
     LOG_AT(ctrl) << "Ignoring event: " << line;
 }

@@ -54,7 +54,8 @@ class MiSession {
   // handled; false when `cmd` rejected one of the last lines.
   bool checkEndedZubs(MiCmd* cmd);
   void handleZubEnded(const std::string& zubId);
-  // Hands the three handled notification classes to their handlers; any other is dropped.
+  // Hands the three handled notification classes to their handlers; any other is dropped. In
+  // gdb's mode the breakpoint notifications are handled too.
   void handleMiEvent(const std::string& zubId, const std::string& line,
                      const std::string& eventClass);
 
@@ -72,6 +73,13 @@ class MiSession {
                           const std::string& eventClass);
   void handleLibraryLoaded(const std::string& zubId, const std::string& line,
                            const std::string& eventClass);
+  // gdb's mode: "=breakpoint-created/modified/deleted" in the user's numbering. A breakpoint the
+  // user set in an engine's console gets its user number on sight; the offload breakpoint's
+  // notifications are dropped.
+  void handleBreakpointEvent(const std::string& zubId, const std::string& line,
+                             const std::string& eventClass);
+  // gdb's mode: the breakpoint a stop record names ("bkptno") in the user's numbering.
+  void toUserBkpNumber(const std::string& zubId, MiMap& stopRecord) const;
   // Passes an engine's report of an internal failure, and the rest of it up to its prompt, on to
   // the user. Blocks one second so the engine can finish writing it.
   void handleUnexpectedCondition(const std::string& zubId, const std::string& line);
