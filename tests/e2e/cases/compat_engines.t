@@ -19,6 +19,7 @@ card: on -exec-continue @after 100 =breakpoint-modified,bkpt={number="5",times="
 card: on -exec-continue @after 100 *stopped,reason="breakpoint-hit",bkptno="5",thread-id="1"
 host: on SIGINT *stopped,reason="signal-received",thread-id="1"
 host: on -interpreter-exec =breakpoint-created,bkpt={number="7",type="breakpoint"},{number="7.1"}
+host: on -interpreter-exec $TOKEN^done
 <+ =thread-group-added,id="i1"
 > 1-thread-info
 <+ 1^done,threads=[{id="1",target-id="host"},{id="2",target-id="card"}],current-thread-id="1"
