@@ -52,6 +52,9 @@ class ExecCmd : public MiCmd {
     bool offloadEnded = false;
   };
 
+  // Stops one running engine: SIGINT, or in gdb's asynchronous mode "-exec-interrupt" with a
+  // token of its own, which marks the answer for every command to drop.
+  void interruptEngine(MiSession& session, const std::string& zubId);
   // Sends `line` to every card engine and then to "i1"; all of them become pending.
   bool broadcast(MiSession& session, const std::string& line);
   bool launchOnThread(MiSession& session);
@@ -84,6 +87,16 @@ class ExecCmd : public MiCmd {
   // run or continue, otherwise a nested internal continue, run to completion.
   bool finishOffloadStop(MiSession& session, const StopEvents& events);
   bool reportFinalStop(MiSession& session);
+};
+
+// gdb's mode, "-exec-interrupt" while no command runs: a program that runs meanwhile can only
+// run in gdb's asynchronous mode, where the command (not a signal) stops it. Every engine gets
+// it; the reply is "^done", as gdb's, whatever they answer.
+class ExecInterruptCmd : public SimpleMiCmd {
+ public:
+  explicit ExecInterruptCmd(const std::string& line) : SimpleMiCmd(line) {}
+  bool launchCmd(MiSession& session) override;
+  bool replyToUser(MiSession& session) override;
 };
 
 // "-exec-return": the selected frame returns at once, so nothing runs and nothing stops; the

@@ -43,7 +43,11 @@ bool ListFeaturesCmd::launchCmd(MiSession& session) {
 
 bool ListFeaturesCmd::replyToUser(MiSession& session) { return replyFromOneEngine(session, true); }
 
-bool GdbSetUnsetCmd::launchCmd(MiSession& session) { return sendToAllEngines(session); }
+bool GdbSetUnsetCmd::launchCmd(MiSession& session) {
+  bool on = false;
+  if (gdbCompatible() && matchMiAsyncSet(cmdText, on)) session.engineAsync = on;
+  return sendToAllEngines(session);
+}
 
 bool GdbSetUnsetCmd::replyToUser(MiSession& session) { return replyFromOneEngine(session, false); }
 

@@ -7,6 +7,14 @@
 
 #include "match/regex_util.h"
 
+bool matchMiAsyncSet(std::string const& command, bool& on) {
+  static const boost::regex re(R"(^[0-9]*-gdb-set\s+(?:mi|target)-async\s+(on|1|off|0)\s*$)");
+  std::string value;
+  if (!searchGroups(re, command, {&value})) return false;
+  on = value == "on" || value == "1";
+  return true;
+}
+
 bool matchCmdId(std::string& token, std::string const& command) {
   static const boost::regex re(R"(^([0-9]+))");
   return searchGroups(re, command, {&token});

@@ -11,6 +11,9 @@
 // matcher throws: a line too large or too intricate for the regular-expression library counts
 // as a line that does not fit.
 
+// A setting of gdb's asynchronous mode ("-gdb-set mi-async on", also "target-async" and "1",
+// "off", "0"); `on` tells which.
+bool matchMiAsyncSet(std::string const& command, bool& on);
 // The leading token (digits).
 bool matchCmdId(std::string& token, std::string const& command);
 // The command word after the token, such as "-break-insert" or "info".

@@ -34,8 +34,21 @@ CmdFactory one(Flags... flags) {
   };
 }
 
-// Interrupts whatever runs; no command and no reply of its own.
-void interrupt(MiSession&, const std::string&, MiCmdQueue&) { sigIntPending = true; }
+// Interrupts whatever runs; no command and no reply of its own. In gdb's mode it answers "^done"
+// at once, as gdb does, and with nothing running it is a command of its own.
+void interrupt(MiSession& session, const std::string& line, MiCmdQueue& queue) {
+  if (!gdbCompatible()) {
+    sigIntPending = true;
+  } else if (session.commandQueue.empty()) {
+    queue.push_back(boost::make_shared<ExecInterruptCmd>(line));
+  } else {
+    sigIntPending = true;
+    std::string token;
+    matchCmdId(token, line);
+    session.ctrl.sendToUser(token + "^done\n");
+    session.ctrl.sendToUser(kPrompt);
+  }
+}
 
 // Every run first plants the offload breakpoint, silently, in every engine.
 void execRun(MiSession&, const std::string& line, MiCmdQueue& queue) {

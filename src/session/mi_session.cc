@@ -10,10 +10,57 @@
 #include "commands/mi_cmd.h"
 #include "engine/ctrl_module.h"
 #include "match/output_matchers.h"
+#include "mi/mi_parser.h"
 
 namespace {
 
 bool isExitCmd(const MiCmd& cmd) { return cmd.cmdName == "-gdb-exit" || cmd.cmdName == "quit"; }
+
+// Engine output while no command runs, in gdb's mode: it reaches the user at once, as gdb's own
+// would. Run and stop records are put in the user's numbering; a result has no command to go to.
+class IdleOutputCmd : public MiCmd {
+ public:
+  IdleOutputCmd() : MiCmd("") {}
+  bool launchCmd(MiSession&) override { return true; }
+  bool handleResponse(MiSession& session, const std::string& zubId,
+                      const std::string& line) override {
+    std::string resultClass, text;
+    MiRecordPtr record;
+    if (matchMiResultType(line, resultClass)) {
+      LOG_AT(session.ctrl) << "No command for: " << line;
+    } else if (!line.starts_with('*') || !matchMiRecord(line, text) ||
+               !parseMiRecord(text, record) || !record->toMiMap()) {
+      session.ctrl.sendToUser(line);
+    } else {
+      record->replaceThreadIds(session.threadIdTable, zubId);
+      if (matchMiStopped(line)) {
+        session.toUserBkpNumber(zubId, *record->toMiMap());
+        session.currentZubId = zubId;
+      }
+      record->printToString(text);
+      session.ctrl.sendToUser(line.substr(0, line.find(',')) + "," + text + "\n");
+    }
+    return true;
+  }
+  bool interruptCmd(MiSession&) override { return true; }
+  bool isFinished() const override { return true; }
+};
+
+// gdb's mode: an exit that waits behind the running command (the front one) ends the session at
+// once, as gdb's exit ends a program that runs. It is answered and taken off the queue here;
+// stop() ends the engines.
+bool exitNow(MiSession& session) {
+  MiCmdQueue& queue = session.commandQueue;
+  if (session.exitRequested) return true;
+  for (auto it = queue.empty() ? queue.end() : queue.begin() + 1; it != queue.end(); ++it) {
+    if (!isExitCmd(**it)) continue;
+    session.ctrl.sendToUser((*it)->cmdId() + "^exit\n");
+    queue.erase(it);
+    session.exitRequested = true;
+    return true;
+  }
+  return false;
+}
 
 }  // namespace
 
@@ -41,7 +88,11 @@ void MiSession::start(const char** argv) {
     if (sigQuitPending || sigTermPending) return;
     checkInputFromUser();
     if (commandQueue.empty()) {
-      checkEndedZubs(nullptr);
+      IdleOutputCmd idle;
+      if (!gdbCompatible())
+        checkEndedZubs(nullptr);
+      else if (!checkOutputOfZubs(idle))
+        return;
       // gdb ends at the end of its input; a client that died leaves nobody else to end engines.
       if (gdbCompatible() && ctrl.userIO.ended && ctrl.userInput.size() == 0) return;
       // Nothing to do until a user line, a signal or an engine's end comes.
@@ -86,9 +137,11 @@ bool MiSession::runCmd(MiCmd& cmd) {
     }
     // A terminate request waits until the command has finished; a quit does not.
     if (sigQuitPending) return false;
-    // A user who no longer reads cannot see the command end: a terminate request ends it now.
-    if (sigTermPending && ctrl.userStuck) return false;
+    // A user who no longer reads cannot see the command end: a terminate request ends it now; in
+    // gdb's mode it always does.
+    if (sigTermPending && (ctrl.userStuck || gdbCompatible())) return false;
     checkInputFromUser();
+    if (gdbCompatible() && exitNow(*this)) return false;
     if (!checkOutputOfZubs(cmd)) {
       LOG_AT(ctrl) << "'checkOutputOfZubs' failed.";
       return false;

@@ -128,6 +128,9 @@ class MiSession {
                                   std::string& path);
 
   bool exitRequested = false;
+  // gdb's mode: the user turned the engines' asynchronous mode on, where an interrupt is the
+  // command "-exec-interrupt" (a signal only makes gdb print "Quit").
+  bool engineAsync = false;
   // Engine id to its thread-group record (a top-level map: "id", "type", "vek-card", "pid",
   // "threads").
   std::map<std::string, MiMap> threadGroups;
