@@ -46,6 +46,11 @@ class IdleOutputCmd : public MiCmd {
   bool isFinished() const override { return true; }
 };
 
+// Every line the user will ever send has been taken.
+bool userInputEnded(const CtrlModule& ctrl) {
+  return ctrl.userIO.ended && ctrl.userInput.size() == 0;
+}
+
 // gdb's mode: an exit that waits behind the running command (the front one) ends the session at
 // once, as gdb's exit ends a program that runs. It is answered and taken off the queue here;
 // stop() ends the engines.
@@ -94,7 +99,7 @@ void MiSession::start(const char** argv) {
       else if (!checkOutputOfZubs(idle))
         return;
       // gdb ends at the end of its input; a client that died leaves nobody else to end engines.
-      if (gdbCompatible() && ctrl.userIO.ended && ctrl.userInput.size() == 0) return;
+      if (gdbCompatible() && userInputEnded(ctrl)) return;
       // Nothing to do until a user line, a signal or an engine's end comes.
       if (ctrl.userInput.size() == 0) ctrl.waitForEvent();
     } else if (ctrl.zubs.empty() && !isExitCmd(*commandQueue.front())) {
@@ -142,6 +147,8 @@ bool MiSession::runCmd(MiCmd& cmd) {
     if (sigTermPending && (ctrl.userStuck || gdbCompatible())) return false;
     checkInputFromUser();
     if (gdbCompatible() && exitNow(*this)) return false;
+    // In its asynchronous mode gdb reads on while the program runs, and its input's end ends it.
+    if (gdbCompatible() && engineAsync && userInputEnded(ctrl)) return false;
     if (!checkOutputOfZubs(cmd)) {
       LOG_AT(ctrl) << "'checkOutputOfZubs' failed.";
       return false;
