@@ -26,6 +26,7 @@ class ExecCmd : public MiCmd {
   // engine still to answer is signalled as soon as it answers "^running".
   bool interruptCmd(MiSession& session) override;
   bool isFinished() const override { return pendingZubIds.empty() && runningZubIds.empty(); }
+  bool programRuns() const override { return !runningZubIds.empty(); }
   // An engine that ended counts as stopped without a record: the others are interrupted as after
   // a first stop, and the combined stop is theirs ("Internal error" when none is left).
   void zubEnded(MiSession& session, const std::string& zubId) override;

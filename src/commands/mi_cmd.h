@@ -31,6 +31,8 @@ class MiCmd {
     (void)session;
     (void)zubId;
   }
+  // The program runs under this command: it waits for a stop.
+  virtual bool programRuns() const { return false; }
   // The command itself ends engines ("-gdb-exit"): their end is its business, not a death to
   // report.
   virtual bool endsZubs() const { return false; }

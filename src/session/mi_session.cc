@@ -51,9 +51,8 @@ bool userInputEnded(const CtrlModule& ctrl) {
   return ctrl.userIO.ended && ctrl.userInput.size() == 0;
 }
 
-// gdb's mode: an exit that waits behind the running command (the front one) ends the session at
-// once, as gdb's exit ends a program that runs. It is answered and taken off the queue here;
-// stop() ends the engines.
+// gdb's mode: an exit that waits behind the command that runs the program (the front one) ends
+// the session at once. It is answered and taken off the queue here; stop() ends the engines.
 bool exitNow(MiSession& session) {
   MiCmdQueue& queue = session.commandQueue;
   if (session.exitRequested) return true;
@@ -142,13 +141,15 @@ bool MiSession::runCmd(MiCmd& cmd) {
     }
     // A terminate request waits until the command has finished; a quit does not.
     if (sigQuitPending) return false;
-    // A user who no longer reads cannot see the command end: a terminate request ends it now; in
-    // gdb's mode it always does.
-    if (sigTermPending && (ctrl.userStuck || gdbCompatible())) return false;
+    // A user who no longer reads cannot see the command end: a terminate request ends it now.
+    if (sigTermPending && ctrl.userStuck) return false;
     checkInputFromUser();
-    if (gdbCompatible() && exitNow(*this)) return false;
-    // In its asynchronous mode gdb reads on while the program runs, and its input's end ends it.
-    if (gdbCompatible() && engineAsync && userInputEnded(ctrl)) return false;
+    if (gdbCompatible() && cmd.programRuns()) {
+      // gdb ends a program that runs when it is told to exit or terminate, and in its
+      // asynchronous mode, where it reads on while the program runs, at the end of its input.
+      if (sigTermPending || exitNow(*this)) return false;
+      if (engineAsync && userInputEnded(ctrl)) return false;
+    }
     if (!checkOutputOfZubs(cmd)) {
       LOG_AT(ctrl) << "'checkOutputOfZubs' failed.";
       return false;
