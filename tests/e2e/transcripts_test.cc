@@ -157,7 +157,10 @@ class ProgramPeer : public Peer {
     if (step.verb == "!") return kSignals.count(step.text) && child.signal(kSignals.at(step.text));
     if (step.verb == "quiet") return child.staysQuiet(Ms(std::stoi(step.text)));
     if (step.verb == "eof") return child.endsHere();
-    if (step.verb == "close") return child.closeStdin(), true;
+    if (step.verb == "close") {
+      child.closeStdin();
+      return true;
+    }
     if (step.verb != "exit") return false;
     exited = child.exitCode() == std::stoi(step.text);
     return exited;
