@@ -183,8 +183,8 @@ const std::map<std::string, CmdFactory>& dispatchTable() {
 
 // gdb's reading of a line: blanks before the token and after it do not count, a line without a
 // command answers "^done" with its token, and a word the table lacks runs in the console unless
-// it is an MI word. False when the line was taken care of here; otherwise `line` is the line to
-// dispatch.
+// it is an MI word; so does "info" on any subject but the shared libraries. False when the line
+// was taken care of here; otherwise `line` is the line to dispatch.
 bool readAsGdb(MiSession& session, const std::string& userLine, std::string& line,
                MiCmdQueue& queue) {
   std::string token, rest, word;
@@ -195,7 +195,10 @@ bool readAsGdb(MiSession& session, const std::string& userLine, std::string& lin
     return false;
   }
   line = token + rest + "\n";
-  if (rest.starts_with('-') || (matchCmdName(word, line) && dispatchTable().contains(word)))
+  std::string subject;
+  const bool consoleInfo = matchInfoCmd(line, subject) && subject != "sharedlibrary";
+  if (rest.starts_with('-') ||
+      (matchCmdName(word, line) && dispatchTable().contains(word) && !consoleInfo))
     return true;
   boost::replace_all(rest, "\\", "\\\\");
   boost::replace_all(rest, "\"", "\\\"");
