@@ -2,6 +2,7 @@
 
 #include <boost/regex.hpp>
 
+#include "base/compat.h"
 #include "base/log.h"
 
 bool matchOption(const std::string& argument, std::string& name, std::string& value) {
@@ -20,7 +21,8 @@ void parseOptions(const char** argv, Options& options, std::ostream& log) {
     std::string name;
     std::string value;
     if (!matchOption(*arg, name, value)) continue;
-    if (value.empty() && name == "interpreter") {
+    // gdb also takes "-i mi", with the value apart; so does its mode here.
+    if (value.empty() && (name == "interpreter" || (name == "i" && gdbCompatible()))) {
       // The value is the next element, which is consumed without being examined.
       if (*++arg == nullptr) return;
       value = *arg;

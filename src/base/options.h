@@ -8,9 +8,9 @@ using Options = std::map<std::string, std::string>;
 
 // Reads the null-terminated argument vector, the program path included, into `options`, logging
 // each examined element ("argv: ") and each stored option ("options[name]=value"). Elements that
-// are no option are skipped. "interpreter" without "=" takes the next element as its value; as the
-// last element it records nothing. Takes the log stream rather than the controller so that base
-// stays below engine.
+// are no option are skipped. "interpreter" without "=" (and "i" in gdb's mode) takes the next
+// element as its value; as the last element it records nothing. Takes the log stream rather than
+// the controller so that base stays below engine.
 void parseOptions(const char** argv, Options& options, std::ostream& log);
 
 // One argument as an option: optional blanks, one or two dashes, a name of letters, "_" or "|",

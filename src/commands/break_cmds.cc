@@ -1,5 +1,6 @@
 #include "commands/break_cmds.h"
 
+#include <list>
 #include <set>
 #include <string_view>
 
@@ -25,26 +26,40 @@ void replyDone(CtrlModule& ctrl, const std::string& cmdId) {
   ctrl.sendToUser(kPrompt);
 }
 
-// Sends `verb` with its own number to every engine that holds the breakpoint named last on the
-// line, applies `change` to the table right away (before any engine answered, whether or not any
+// The user numbers the line names: the last word's, or in gdb's mode every number given.
+bool findBkpNumbers(const std::string& line, std::list<std::string>& numbers) {
+  if (gdbCompatible()) return matchBkpIds(line, numbers);
+  std::string number;
+  if (!matchBkpId(line, number) || number.empty()) return false;
+  numbers.push_back(number);
+  return true;
+}
+
+// Sends `verb` with its own numbers to every engine that holds a breakpoint the line names,
+// applies `change` to the table right away (before any engine answered, whether or not any
 // engine holds the breakpoint), and answers at once when no engine was asked.
 void launchOnBkpNumber(SimpleMiCmd& cmd, MiSession& session, const std::string& verb,
                        void (*change)(BreakPointTable& table, const std::string& number)) {
   CtrlModule& ctrl = session.ctrl;
-  std::string number;
-  if (!matchBkpId(cmd.cmdText, number) || number.empty()) {
+  std::list<std::string> numbers;
+  if (!findBkpNumbers(cmd.cmdText, numbers)) {
     replyBkpNumberMissing(ctrl, cmd.cmdId());
     return;
   }
   std::set<std::string> zubIds;
   ctrl.getZubIds(zubIds);
   for (const std::string& zubId : zubIds) {
-    std::string engineNumber;
-    if (!session.breakPointTable.toEngineBkp(zubId, number, engineNumber)) continue;
-    ctrl.sendToZub(zubId, cmd.cmdId() + verb + engineNumber + "\n");
+    std::string engineNumbers;
+    for (const std::string& number : numbers) {
+      std::string engineNumber;
+      if (session.breakPointTable.toEngineBkp(zubId, number, engineNumber))
+        engineNumbers += (engineNumbers.empty() ? "" : " ") + engineNumber;
+    }
+    if (engineNumbers.empty()) continue;
+    ctrl.sendToZub(zubId, cmd.cmdId() + verb + engineNumbers + "\n");
     cmd.pendingZubIds.insert(zubId);
   }
-  change(session.breakPointTable, number);
+  for (const std::string& number : numbers) change(session.breakPointTable, number);
   if (cmd.pendingZubIds.empty()) replyDone(ctrl, cmd.cmdId());
 }
 
@@ -79,7 +94,8 @@ bool findUnreadBkpNumber(const std::string& text, std::string& number) {
   return false;
 }
 
-// Locations of a breakpoint are numbered "N.1", "N.2"... after the engine's number N.
+}  // namespace
+
 void renumberLocations(MiMap& bkpt, const std::string& engineNumber,
                        const std::string& userNumber) {
   const std::string prefix = engineNumber + ".";
@@ -90,8 +106,6 @@ void renumberLocations(MiMap& bkpt, const std::string& engineNumber,
       location->setString("number", userNumber + number.substr(engineNumber.size()));
   }
 }
-
-}  // namespace
 
 BreakInsertCmd::BreakInsertCmd(const std::string& line, bool silent)
     : SimpleMiCmd(line), silent(silent) {}

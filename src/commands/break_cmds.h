@@ -7,6 +7,10 @@
 // The breakpoint commands. The user sees one breakpoint numbering; every engine holds its own
 // copy of each breakpoint under its own number, and the session's BreakPointTable translates.
 
+// Locations of a breakpoint are numbered "N.1", "N.2"... after the engine's number N: they take
+// the user's number `userNumber` in place of N.
+void renumberLocations(MiMap& bkpt, const std::string& engineNumber, const std::string& userNumber);
+
 // "-break-insert": sets the breakpoint in every engine ("--thread" and "--thread-group" are
 // dropped) and gives it one user number, shared by all engines' copies. The reply is the last
 // accepting engine's record with the user's number in it (its locations "N.1", "N.2"... too);
@@ -42,8 +46,9 @@ class BreakInsertCmd : public SimpleMiCmd {
   std::map<std::string, std::string> answerTexts;
 };
 
-// "-break-delete", "-break-enable", "-break-disable" act on the last number of the line only; the
-// engines that hold that breakpoint get the command with their own number. The table changes at
+// "-break-delete", "-break-enable", "-break-disable" act on the last number of the line only (on
+// every number given in gdb's mode); the engines that hold those breakpoints get the command
+// with their own numbers. The table changes at
 // once, and the reply is "^done" whatever the engines answer.
 class BreakDeleteCmd : public SimpleMiCmd {
  public:

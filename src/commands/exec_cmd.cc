@@ -2,6 +2,7 @@
 
 #include <signal.h>
 
+#include "base/compat.h"
 #include "base/log.h"
 #include "commands/errors.h"
 #include "engine/ctrl_module.h"
@@ -15,6 +16,8 @@ namespace {
 
 const char kHostZubId[] = "i1";
 const char kVekPrefix[] = "vek";
+// Marks the engines' answers to the interrupts we send ourselves; a user's token is rarely so big.
+const char kInterruptToken[] = "2147480001";
 
 bool isVekZubId(const std::string& zubId) { return zubId.starts_with(kVekPrefix); }
 
@@ -119,9 +122,12 @@ bool ExecCmd::launchOnCurrent(MiSession& session) {
 
 bool ExecCmd::handleResponse(MiSession& session, const std::string& zubId,
                              const std::string& line) {
-  std::string resultClass;
-  if (matchMiResultType(line, resultClass))
-    return handleMiResult(session, zubId, line, resultClass);
+  std::string resultClass, token;
+  if (matchMiResultType(line, resultClass) && matchCmdId(token, line) && token == kInterruptToken) {
+    LOG_AT(session.ctrl) << "Answer to an interrupt of " << zubId << ": " << line;
+    return true;
+  }
+  if (!resultClass.empty()) return handleMiResult(session, zubId, line, resultClass);
   if (matchMiStopped(line)) return handleMiStopped(session, zubId, line);
   std::string offloadSymbol;
   MiSession::retrieveVekOffloadSymbol(offloadSymbol);
@@ -132,6 +138,14 @@ bool ExecCmd::handleResponse(MiSession& session, const std::string& zubId,
   return true;
 }
 
+void ExecCmd::interruptEngine(MiSession& session, const std::string& zubId) {
+  if (!session.engineAsync) {
+    session.ctrl.sendSignalToZub(zubId, SIGINT);
+    return;
+  }
+  session.ctrl.sendToZub(zubId, std::string(kInterruptToken) + "-exec-interrupt\n");
+}
+
 bool ExecCmd::handleMiResult(MiSession& session, const std::string& zubId, const std::string& line,
                              const std::string& resultClass) {
   CtrlModule& ctrl = session.ctrl;
@@ -139,7 +153,7 @@ bool ExecCmd::handleMiResult(MiSession& session, const std::string& zubId, const
     runningZubIds.insert(zubId);
     if (stopping) {
       LOG_AT(ctrl) << "Interrupting " << zubId << ", which started running late.";
-      ctrl.sendSignalToZub(zubId, SIGINT);
+      interruptEngine(session, zubId);
     }
   } else if (resultClass == "error") {
     errorResults[zubId] = line;
@@ -175,6 +189,7 @@ bool ExecCmd::handleMiStopped(MiSession& session, const std::string& zubId,
   if (matchMiRecord(line, text) && parseMiRecord(text, parsed) && parsed->toMiMap() &&
       parsed->replaceThreadIds(session.threadIdTable, zubId))
     record = *parsed->toMiMap();
+  if (gdbCompatible()) session.toUserBkpNumber(zubId, record);
   if (pendingZubIds.empty() && runningZubIds.empty()) return stateAllStopped(session);
   // A card-side process that ended by itself does not stop the host program.
   if (isVekZubId(zubId) && stopReason(record).find("exited") != std::string::npos) return true;
@@ -183,7 +198,7 @@ bool ExecCmd::handleMiStopped(MiSession& session, const std::string& zubId,
 
 bool ExecCmd::interruptCmd(MiSession& session) {
   stopping = true;
-  session.ctrl.sendSignalToZubs(runningZubIds, SIGINT);
+  for (const std::string& zubId : runningZubIds) interruptEngine(session, zubId);
   return true;
 }
 
@@ -271,6 +286,17 @@ void ExecCmd::zubEnded(MiSession& session, const std::string& zubId) {
     session.ctrl.sendToUser(kPrompt);
   }
   interruptCmd(session);
+}
+
+bool ExecInterruptCmd::launchCmd(MiSession& session) {
+  if (!sendToEveryEngine(session, cmdText)) return false;
+  if (pendingZubIds.empty()) return replyToUser(session);
+  return true;
+}
+
+bool ExecInterruptCmd::replyToUser(MiSession& session) {
+  reply(session, "^done");
+  return true;
 }
 
 bool ExecReturnCmd::launchCmd(MiSession& session) { return sendToOneEngine(session); }

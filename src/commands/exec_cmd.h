@@ -26,6 +26,7 @@ class ExecCmd : public MiCmd {
   // engine still to answer is signalled as soon as it answers "^running".
   bool interruptCmd(MiSession& session) override;
   bool isFinished() const override { return pendingZubIds.empty() && runningZubIds.empty(); }
+  bool programRuns() const override { return !runningZubIds.empty(); }
   // An engine that ended counts as stopped without a record: the others are interrupted as after
   // a first stop, and the combined stop is theirs ("Internal error" when none is left).
   void zubEnded(MiSession& session, const std::string& zubId) override;
@@ -52,6 +53,9 @@ class ExecCmd : public MiCmd {
     bool offloadEnded = false;
   };
 
+  // Stops one running engine: SIGINT, or in gdb's asynchronous mode "-exec-interrupt" with a
+  // token of its own, which marks the answer for every command to drop.
+  void interruptEngine(MiSession& session, const std::string& zubId);
   // Sends `line` to every card engine and then to "i1"; all of them become pending.
   bool broadcast(MiSession& session, const std::string& line);
   bool launchOnThread(MiSession& session);
@@ -84,6 +88,16 @@ class ExecCmd : public MiCmd {
   // run or continue, otherwise a nested internal continue, run to completion.
   bool finishOffloadStop(MiSession& session, const StopEvents& events);
   bool reportFinalStop(MiSession& session);
+};
+
+// gdb's mode, "-exec-interrupt" while no command runs: a program that runs meanwhile can only
+// run in gdb's asynchronous mode, where the command (not a signal) stops it. Every engine gets
+// it; the reply is "^done", as gdb's, whatever they answer.
+class ExecInterruptCmd : public SimpleMiCmd {
+ public:
+  explicit ExecInterruptCmd(const std::string& line) : SimpleMiCmd(line) {}
+  bool launchCmd(MiSession& session) override;
+  bool replyToUser(MiSession& session) override;
 };
 
 // "-exec-return": the selected frame returns at once, so nothing runs and nothing stops; the

@@ -2,6 +2,7 @@
 
 #include <signal.h>
 
+#include "base/compat.h"
 #include "base/log.h"
 #include "commands/errors.h"
 #include "engine/ctrl_module.h"
@@ -147,6 +148,12 @@ NotImplementedCmd::NotImplementedCmd(const std::string& line, bool replyDone)
     : MiCmd(line), replyDone(replyDone) {}
 
 bool NotImplementedCmd::launchCmd(MiSession& session) {
+  // Clients of gdb fall back to other commands on exactly this answer.
+  if (gdbCompatible()) {
+    const std::string name = cmdName.starts_with('-') ? cmdName.substr(1) : cmdName;
+    reply(session, "^error,msg=\"Undefined MI command: " + name + "\",code=\"undefined-command\"");
+    return true;
+  }
   reply(session,
         std::string(replyDone ? "^done" : "^error") + ",msg=\"Command is not implemented.\"");
   return true;

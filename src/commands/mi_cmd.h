@@ -31,6 +31,8 @@ class MiCmd {
     (void)session;
     (void)zubId;
   }
+  // The program runs under this command: it waits for a stop.
+  virtual bool programRuns() const { return false; }
   // The command itself ends engines ("-gdb-exit"): their end is its business, not a death to
   // report.
   virtual bool endsZubs() const { return false; }
@@ -98,7 +100,7 @@ class SimpleMiCmd : public MiCmd {
 };
 
 // A command word the program does not know: answered at once, "^done" (or "^error") with the
-// message "Command is not implemented.".
+// message "Command is not implemented.", or, in the gdb-compatible mode, with gdb's own error.
 class NotImplementedCmd : public MiCmd {
  public:
   NotImplementedCmd(const std::string& line, bool replyDone);

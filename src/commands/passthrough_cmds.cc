@@ -4,6 +4,7 @@
 #include <fstream>
 #include <set>
 
+#include "base/compat.h"
 #include "base/log.h"
 #include "commands/errors.h"
 #include "engine/ctrl_module.h"
@@ -24,7 +25,11 @@ bool InferiorTtySetCmd::replyToUser(MiSession& session) {
   return replyFromOneEngine(session, false);
 }
 
-bool InterpreterExecCmd::launchCmd(MiSession& session) { return sendToOneEngine(session); }
+bool InterpreterExecCmd::launchCmd(MiSession& session) {
+  // What the console prints is the answer gdb's clients show.
+  forwardConsoleOutput = gdbCompatible();
+  return sendToOneEngine(session);
+}
 
 bool InterpreterExecCmd::replyToUser(MiSession& session) {
   return replyFromOneEngine(session, false);
@@ -38,7 +43,11 @@ bool ListFeaturesCmd::launchCmd(MiSession& session) {
 
 bool ListFeaturesCmd::replyToUser(MiSession& session) { return replyFromOneEngine(session, true); }
 
-bool GdbSetUnsetCmd::launchCmd(MiSession& session) { return sendToAllEngines(session); }
+bool GdbSetUnsetCmd::launchCmd(MiSession& session) {
+  bool on = false;
+  if (gdbCompatible() && matchMiAsyncSet(cmdText, on)) session.engineAsync = on;
+  return sendToAllEngines(session);
+}
 
 bool GdbSetUnsetCmd::replyToUser(MiSession& session) { return replyFromOneEngine(session, false); }
 

@@ -32,7 +32,8 @@ class InferiorTtySetCmd : public SimpleMiCmd {
   bool replyToUser(MiSession& session) override;
 };
 
-// "-interpreter-exec": one engine, the first answer.
+// "-interpreter-exec": one engine, the first answer; in the gdb-compatible mode the engine's
+// console output comes with it.
 class InterpreterExecCmd : public SimpleMiCmd {
  public:
   explicit InterpreterExecCmd(const std::string& line) : SimpleMiCmd(line) {}

@@ -5,6 +5,7 @@
 #include <map>
 #include <set>
 
+#include "base/compat.h"
 #include "base/log.h"
 #include "commands/errors.h"
 #include "engine/ctrl_module.h"
@@ -79,6 +80,12 @@ bool ThreadInfoCmd::launchCmd(MiSession& session) {
     reportSyntaxError(ctrl, cmdId());
     return true;
   }
+  if (userThreadId.empty() && gdbCompatible()) {
+    allThreads = true;
+    if (!sendToEveryEngine(session, cmdId() + "-thread-info\n")) return false;
+    if (pendingZubIds.empty()) return replyToUser(session);
+    return true;
+  }
   if (userThreadId.empty()) {
     reportCommandNotImplementedError(ctrl, cmdId());
     return true;
@@ -97,7 +104,22 @@ bool ThreadInfoCmd::launchCmd(MiSession& session) {
 
 // Whatever class the engine answered, the reply is "^done" with the threads found.
 bool ThreadInfoCmd::replyToUser(MiSession& session) {
-  replyWithThreads(session, cmdId(), mergeThreads(session, results, true));
+  if (!allThreads) {
+    replyWithThreads(session, cmdId(), mergeThreads(session, results, true));
+    return true;
+  }
+  // gdb's form: the engines' own tuples, then the current engine's current thread.
+  MiMap record(true);
+  std::list<MiRecordPtr> threads;
+  for (const auto& [id, thread] : mergeThreads(session, results, false)) threads.push_back(thread);
+  record.setList("threads", threads);
+  auto current = results.find(session.currentZubId);
+  std::string currentThreadId;
+  if (current != results.end() && current->second.findString("current-thread-id", currentThreadId))
+    record.setString("current-thread-id", currentThreadId);
+  std::string printed;
+  record.printToString(printed);
+  reply(session, "^done," + printed);
   return true;
 }
 

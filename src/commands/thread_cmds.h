@@ -9,12 +9,15 @@
 
 // "-thread-info ID": the thread's engine is asked about its own thread; the reply's tuples carry
 // in "core" where the thread runs, "local" or "vek" and the card number. Without an id the
-// command is not offered.
+// command is not offered, except in gdb's mode: there every engine lists its threads, and the
+// reply holds them all, in user ids, with the current engine's "current-thread-id".
 class ThreadInfoCmd : public SimpleMiCmd {
  public:
   explicit ThreadInfoCmd(const std::string& line) : SimpleMiCmd(line) {}
   bool launchCmd(MiSession& session) override;
   bool replyToUser(MiSession& session) override;
+
+  bool allThreads = false;
 };
 
 // "-list-thread-groups [--available] [GROUP]": without a group the session's own table answers,

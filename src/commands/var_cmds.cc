@@ -1,5 +1,6 @@
 #include "commands/var_cmds.h"
 
+#include "base/compat.h"
 #include "commands/errors.h"
 #include "engine/ctrl_module.h"
 #include "match/cmd_matchers.h"
@@ -102,8 +103,37 @@ bool VarDeleteCmd::launchCmd(MiSession& session) {
 bool VarDeleteCmd::replyToUser(MiSession& session) { return replyFromOneEngine(session, true); }
 
 bool VarUpdateCmd::launchCmd(MiSession& session) {
+  std::string name;
+  // gdb's clients update every object at once, wherever it lives.
+  if (gdbCompatible() && matchVarObjId(cmdText, name) && name == "*") {
+    everyObject = true;
+    if (!sendToEveryEngine(session, cmdText)) return false;
+    if (pendingZubIds.empty()) reply(session, "^done,changelist=[]");
+    return true;
+  }
   launchOnVarObj(*this, session, VarVerb::kUpdate);
   return true;
 }
 
-bool VarUpdateCmd::replyToUser(MiSession& session) { return replyFromOneEngine(session, true); }
+bool VarUpdateCmd::replyToUser(MiSession& session) {
+  if (!everyObject) return replyFromOneEngine(session, true);
+  // Object names are the same for the user and the engines: the lists only join.
+  std::list<MiRecordPtr> changes;
+  bool updated = false;
+  for (const auto& [zubId, resultClass] : resultClasses) {
+    auto result = results.find(zubId);
+    std::list<MiRecordPtr> engineChanges;
+    if (resultClass != "done" || result == results.end() ||
+        !result->second.findList("changelist", engineChanges))
+      continue;
+    updated = true;
+    changes.splice(changes.end(), engineChanges);
+  }
+  if (!updated) return replyFromOneEngine(session, false);
+  MiMap record(true);
+  record.setList("changelist", changes);
+  std::string printed;
+  record.printToString(printed);
+  reply(session, "^done," + printed);
+  return true;
+}

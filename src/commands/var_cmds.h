@@ -38,10 +38,14 @@ class VarDeleteCmd : public SimpleMiCmd {
   bool replyToUser(MiSession& session) override;
 };
 
-// "-var-update": as VarCmd, but "*" (every variable object at once) is refused.
+// "-var-update": as VarCmd, but "*" (every variable object at once) is refused. In gdb's mode
+// "*" goes to every engine and the reply joins their changelists (the first error when none
+// answered "^done").
 class VarUpdateCmd : public SimpleMiCmd {
  public:
   explicit VarUpdateCmd(const std::string& line) : SimpleMiCmd(line) {}
   bool launchCmd(MiSession& session) override;
   bool replyToUser(MiSession& session) override;
+
+  bool everyObject = false;
 };

@@ -7,6 +7,14 @@
 
 #include "match/regex_util.h"
 
+bool matchMiAsyncSet(std::string const& command, bool& on) {
+  static const boost::regex re(R"(^[0-9]*-gdb-set\s+(?:mi|target)-async\s+(on|1|off|0)\s*$)");
+  std::string value;
+  if (!searchGroups(re, command, {&value})) return false;
+  on = value == "on" || value == "1";
+  return true;
+}
+
 bool matchCmdId(std::string& token, std::string const& command) {
   static const boost::regex re(R"(^([0-9]+))");
   return searchGroups(re, command, {&token});
@@ -15,6 +23,11 @@ bool matchCmdId(std::string& token, std::string const& command) {
 bool matchCmdName(std::string& name, std::string const& command) {
   static const boost::regex re(R"(^[0-9]*([-|a-z]+))");
   return searchGroups(re, command, {&name});
+}
+
+bool matchTokenAndRest(std::string const& command, std::string& token, std::string& rest) {
+  static const boost::regex re(R"(^[ \t]*([0-9]*)[ \t]*([^\n]*))");
+  return searchGroups(re, command, {&token, &rest});
 }
 
 bool matchCmdThreadId(std::string& threadId, std::string const& command) {
@@ -35,6 +48,23 @@ bool matchThreadInfo(std::string const& command, std::string& threadId) {
 bool matchBkpId(std::string const& command, std::string& number) {
   static const boost::regex re(R"(([0-9]*)\s+$)");
   return searchGroups(re, command, {&number});
+}
+
+bool matchBkpIds(std::string const& command, std::list<std::string>& numbers) {
+  static const boost::regex re(R"((?<=\s)[0-9]+(?=\s))");
+  const std::string::size_type start = command.find_first_of(" \t");
+  if (start == std::string::npos) return false;
+  std::list<std::string> found;
+  try {
+    for (boost::sregex_iterator it(command.begin() + start, command.end(), re), end; it != end;
+         ++it)
+      found.push_back(it->str());
+  } catch (const std::exception&) {
+    return false;
+  }
+  if (found.empty()) return false;
+  numbers.splice(numbers.end(), found);
+  return true;
 }
 
 bool matchBkpCondId(std::string const& command, std::string& number) {

@@ -11,10 +11,16 @@
 // matcher throws: a line too large or too intricate for the regular-expression library counts
 // as a line that does not fit.
 
+// A setting of gdb's asynchronous mode ("-gdb-set mi-async on", also "target-async" and "1",
+// "off", "0"); `on` tells which.
+bool matchMiAsyncSet(std::string const& command, bool& on);
 // The leading token (digits).
 bool matchCmdId(std::string& token, std::string const& command);
 // The command word after the token, such as "-break-insert" or "info".
 bool matchCmdName(std::string& name, std::string const& command);
+// The line as gdb reads it: blanks before the token and between the token and the rest do not
+// count. `rest` runs to the line end, which it does not include.
+bool matchTokenAndRest(std::string const& command, std::string& token, std::string& rest);
 // The value of "--thread" (a user thread id).
 bool matchCmdThreadId(std::string& threadId, std::string const& command);
 // The value of "--thread-group"; may be empty.
@@ -24,6 +30,8 @@ bool matchCmdThreadGroupId(std::string& groupId, std::string const& command);
 bool matchThreadInfo(std::string const& command, std::string& threadId);
 // The digits that end the last word of the line; true with "" when that word has none.
 bool matchBkpId(std::string const& command, std::string& number);
+// Every word after the command word that is a number, in order, appended; true when there is one.
+bool matchBkpIds(std::string const& command, std::list<std::string>& numbers);
 // The breakpoint number after a -break-... word and one optional "--option value" pair.
 bool matchBkpCondId(std::string const& command, std::string& number);
 // The name requested by -var-create; "-" asks for an automatic name.

@@ -17,6 +17,12 @@ bool BreakPointTable::toEngineBkp(std::string const& engineId, std::string const
   return it != engineBreakpoints.end() && it->second.toInternal(userNumber, engineNumber);
 }
 
+bool BreakPointTable::toUserBkp(std::string const& engineId, std::string const& engineNumber,
+                                std::string& userNumber) const {
+  auto it = engineBreakpoints.find(engineId);
+  return it != engineBreakpoints.end() && it->second.toExternal(engineNumber, userNumber);
+}
+
 bool BreakPointTable::deleteBkp(std::string const& number) {
   for (auto& [engineId, table] : engineBreakpoints) table.eraseExternal(number);
   disabledBreakpoints.erase(number);

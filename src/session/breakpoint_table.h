@@ -34,6 +34,11 @@ struct BreakPointTable {
   bool toEngineBkp(std::string const& engineId, std::string const& userNumber,
                    std::string& engineNumber) const;
 
+  // The user number of an engine's breakpoint; false, `userNumber` untouched, for one the table
+  // does not know.
+  bool toUserBkp(std::string const& engineId, std::string const& engineNumber,
+                 std::string& userNumber) const;
+
   // Forgets user breakpoint `number` in every engine's table (the tables themselves stay), in
   // `disabledBreakpoints` and in `breakpointCmds`; true if `breakpointCmds` held it.
   bool deleteBkp(std::string const& number);

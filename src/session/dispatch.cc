@@ -1,8 +1,10 @@
+#include <boost/algorithm/string/replace.hpp>
 #include <boost/make_shared.hpp>
 #include <functional>
 #include <map>
 #include <string>
 
+#include "base/compat.h"
 #include "base/log.h"
 #include "base/signals.h"
 #include "commands/break_cmds.h"
@@ -33,8 +35,21 @@ CmdFactory one(Flags... flags) {
   };
 }
 
-// Interrupts whatever runs; no command and no reply of its own.
-void interrupt(MiSession&, const std::string&, MiCmdQueue&) { sigIntPending = true; }
+// Interrupts whatever runs; no command and no reply of its own. In gdb's mode it answers "^done"
+// at once, as gdb does, and with nothing running it is a command of its own.
+void interrupt(MiSession& session, const std::string& line, MiCmdQueue& queue) {
+  if (!gdbCompatible()) {
+    sigIntPending = true;
+  } else if (session.commandQueue.empty()) {
+    queue.push_back(boost::make_shared<ExecInterruptCmd>(line));
+  } else {
+    sigIntPending = true;
+    std::string token;
+    matchCmdId(token, line);
+    session.ctrl.sendToUser(token + "^done\n");
+    session.ctrl.sendToUser(kPrompt);
+  }
+}
 
 // Every run first plants the offload breakpoint, silently, in every engine.
 void execRun(MiSession&, const std::string& line, MiCmdQueue& queue) {
@@ -167,9 +182,36 @@ const std::map<std::string, CmdFactory>& dispatchTable() {
   return table;
 }
 
+// gdb's reading of a line: blanks before the token and after it do not count, a line without a
+// command answers "^done" with its token, and a word the table lacks runs in the console unless
+// it is an MI word; so does "info" on any subject but the shared libraries. False when the line
+// was taken care of here; otherwise `line` is the line to dispatch.
+bool readAsGdb(MiSession& session, const std::string& userLine, std::string& line,
+               MiCmdQueue& queue) {
+  std::string token, rest, word;
+  matchTokenAndRest(userLine, token, rest);
+  if (rest.empty()) {
+    session.ctrl.sendToUser(token + "^done\n");
+    session.ctrl.sendToUser(kPrompt);
+    return false;
+  }
+  line = token + rest + "\n";
+  std::string subject;
+  const bool consoleInfo = matchInfoCmd(line, subject) && subject != "sharedlibrary";
+  if (rest.starts_with('-') ||
+      (matchCmdName(word, line) && dispatchTable().contains(word) && !consoleInfo))
+    return true;
+  boost::replace_all(rest, "\\", "\\\\");
+  boost::replace_all(rest, "\"", "\\\"");
+  interpreterExec(session, token + "-interpreter-exec console \"" + rest + "\"\n", queue);
+  return false;
+}
+
 }  // namespace
 
-bool MiSession::parseCmd(const std::string& line, MiCmdQueue& queue) {
+bool MiSession::parseCmd(const std::string& userLine, MiCmdQueue& queue) {
+  std::string line = userLine;
+  if (gdbCompatible() && !readAsGdb(*this, userLine, line, queue)) return true;
   std::string word;
   if (!matchCmdName(word, line)) {
     ctrl.sendToUser(kPrompt);

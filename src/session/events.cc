@@ -5,6 +5,7 @@
 #include <chrono>
 
 #include "base/log.h"
+#include "commands/break_cmds.h"
 #include "engine/ctrl_module.h"
 #include "match/output_matchers.h"
 #include "mi/mi_parser.h"
@@ -129,6 +130,50 @@ void MiSession::handleLibraryLoaded(const std::string& zubId, const std::string&
   MiMap& event = *record->toMiMap();
   event.setString("group-id", userGroupOf(zubId));
   ctrl.sendToUser("=" + eventClass + "," + printed(event) + "\n");
+}
+
+void MiSession::handleBreakpointEvent(const std::string& zubId, const std::string& line,
+                                      const std::string& eventClass) {
+  std::string offloadSymbol;
+  retrieveVekOffloadSymbol(offloadSymbol);
+  if (line.find(offloadSymbol) != std::string::npos) {
+    LOG_AT(ctrl) << "Ignoring event: " << line;
+    return;
+  }
+  MiRecordPtr record = eventRecord(ctrl, line);
+  if (!record) return;
+  MiMap& event = *record->toMiMap();
+  auto& numbers = breakPointTable.engineBreakpoints[zubId];
+  std::string engineNumber, userNumber;
+  if (eventClass == "breakpoint-deleted") {
+    if (!event.findString("id", engineNumber) || !numbers.toExternal(engineNumber, userNumber)) {
+      LOG_AT(ctrl) << "No user breakpoint for: " << line;
+      return;
+    }
+    numbers.eraseInternal(engineNumber);
+    event.setString("id", userNumber);
+  } else {
+    MiRecordPtr node;
+    MiMap* bkpt = event.findRecord("bkpt", node) ? node->toMiMap() : nullptr;
+    if (!bkpt || !bkpt->findString("number", engineNumber)) {
+      LOG_AT(ctrl) << "No breakpoint number in: " << line;
+      return;
+    }
+    if (!numbers.toExternal(engineNumber, userNumber)) {
+      userNumber = breakPointTable.newBkpNumber();
+      numbers.insert(userNumber, engineNumber);
+    }
+    bkpt->setString("number", userNumber);
+    renumberLocations(*bkpt, engineNumber, userNumber);
+  }
+  ctrl.sendToUser("=" + eventClass + "," + printed(event) + "\n");
+}
+
+void MiSession::toUserBkpNumber(const std::string& zubId, MiMap& stopRecord) const {
+  std::string engineNumber, userNumber;
+  if (stopRecord.findString("bkptno", engineNumber) &&
+      breakPointTable.toUserBkp(zubId, engineNumber, userNumber))
+    stopRecord.setString("bkptno", userNumber);
 }
 
 void MiSession::handleUnexpectedCondition(const std::string& zubId, const std::string& line) {

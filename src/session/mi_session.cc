@@ -3,16 +3,68 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include "base/compat.h"
 #include "base/env_var.h"
 #include "base/log.h"
 #include "base/signals.h"
 #include "commands/mi_cmd.h"
 #include "engine/ctrl_module.h"
 #include "match/output_matchers.h"
+#include "mi/mi_parser.h"
 
 namespace {
 
 bool isExitCmd(const MiCmd& cmd) { return cmd.cmdName == "-gdb-exit" || cmd.cmdName == "quit"; }
+
+// Engine output while no command runs, in gdb's mode: it reaches the user at once, as gdb's own
+// would. Run and stop records are put in the user's numbering; a result has no command to go to.
+class IdleOutputCmd : public MiCmd {
+ public:
+  IdleOutputCmd() : MiCmd("") {}
+  bool launchCmd(MiSession&) override { return true; }
+  bool handleResponse(MiSession& session, const std::string& zubId,
+                      const std::string& line) override {
+    std::string resultClass, text;
+    MiRecordPtr record;
+    if (matchMiResultType(line, resultClass)) {
+      LOG_AT(session.ctrl) << "No command for: " << line;
+    } else if (!line.starts_with('*') || !matchMiRecord(line, text) ||
+               !parseMiRecord(text, record) || !record->toMiMap()) {
+      session.ctrl.sendToUser(line);
+    } else {
+      record->replaceThreadIds(session.threadIdTable, zubId);
+      if (matchMiStopped(line)) {
+        session.toUserBkpNumber(zubId, *record->toMiMap());
+        session.currentZubId = zubId;
+      }
+      record->printToString(text);
+      session.ctrl.sendToUser(line.substr(0, line.find(',')) + "," + text + "\n");
+    }
+    return true;
+  }
+  bool interruptCmd(MiSession&) override { return true; }
+  bool isFinished() const override { return true; }
+};
+
+// Every line the user will ever send has been taken.
+bool userInputEnded(const CtrlModule& ctrl) {
+  return ctrl.userIO.ended && ctrl.userInput.size() == 0;
+}
+
+// gdb's mode: an exit that waits behind the command that runs the program (the front one) ends
+// the session at once. It is answered and taken off the queue here; stop() ends the engines.
+bool exitNow(MiSession& session) {
+  MiCmdQueue& queue = session.commandQueue;
+  if (session.exitRequested) return true;
+  for (auto it = queue.empty() ? queue.end() : queue.begin() + 1; it != queue.end(); ++it) {
+    if (!isExitCmd(**it)) continue;
+    session.ctrl.sendToUser((*it)->cmdId() + "^exit\n");
+    queue.erase(it);
+    session.exitRequested = true;
+    return true;
+  }
+  return false;
+}
 
 }  // namespace
 
@@ -44,7 +96,13 @@ void MiSession::serve() {
     if (sigQuitPending || sigTermPending) return;
     checkInputFromUser();
     if (commandQueue.empty()) {
-      checkEndedZubs(nullptr);
+      IdleOutputCmd idle;
+      if (!gdbCompatible())
+        checkEndedZubs(nullptr);
+      else if (!checkOutputOfZubs(idle))
+        return;
+      // gdb ends at the end of its input; a client that died leaves nobody else to end engines.
+      if (gdbCompatible() && userInputEnded(ctrl)) return;
       // Nothing to do until a user line, a signal or an engine's end comes.
       if (ctrl.userInput.size() == 0) ctrl.waitForEvent();
     } else if (ctrl.zubs.empty() && !isExitCmd(*commandQueue.front())) {
@@ -90,6 +148,12 @@ bool MiSession::runCmd(MiCmd& cmd) {
     // A user who no longer reads cannot see the command end: a terminate request ends it now.
     if (sigTermPending && ctrl.userStuck) return false;
     checkInputFromUser();
+    if (gdbCompatible() && cmd.programRuns()) {
+      // gdb ends a program that runs when it is told to exit or terminate, and in its
+      // asynchronous mode, where it reads on while the program runs, at the end of its input.
+      if (sigTermPending || exitNow(*this)) return false;
+      if (engineAsync && userInputEnded(ctrl)) return false;
+    }
     if (!checkOutputOfZubs(cmd)) {
       LOG_AT(ctrl) << "'checkOutputOfZubs' failed.";
       return false;
@@ -182,6 +246,8 @@ void MiSession::handleMiEvent(const std::string& zubId, const std::string& line,
     handleThreadExited(zubId, line, eventClass);
   else if (eventClass == "library-loaded")
     handleLibraryLoaded(zubId, line, eventClass);
+  else if (eventClass.starts_with("breakpoint-") && gdbCompatible())
+    handleBreakpointEvent(zubId, line, eventClass);
   else
     LOG_AT(ctrl) << "Ignoring event: " << line;
 }

@@ -57,13 +57,14 @@ class MiSession {
   // handled; false when `cmd` rejected one of the last lines.
   bool checkEndedZubs(MiCmd* cmd);
   void handleZubEnded(const std::string& zubId);
-  // Hands the three handled notification classes to their handlers; any other is dropped.
+  // Hands the three handled notification classes to their handlers; any other is dropped. In
+  // gdb's mode the breakpoint notifications are handled too.
   void handleMiEvent(const std::string& zubId, const std::string& line,
                      const std::string& eventClass);
 
   // Turns one user line (with its "\n") into zero, one or two commands at the back of `queue`.
   // A line without a command word gets a bare prompt; "-exec-interrupt" only sets sigIntPending.
-  // Always true.
+  // In the gdb-compatible mode the line is read as gdb reads it first. Always true.
   bool parseCmd(const std::string& line, MiCmdQueue& queue);
 
   // Notifications of an engine, rewritten into the user's numbering and passed on. Card engines
@@ -75,6 +76,13 @@ class MiSession {
                           const std::string& eventClass);
   void handleLibraryLoaded(const std::string& zubId, const std::string& line,
                            const std::string& eventClass);
+  // gdb's mode: "=breakpoint-created/modified/deleted" in the user's numbering. A breakpoint the
+  // user set in an engine's console gets its user number on sight; the offload breakpoint's
+  // notifications are dropped.
+  void handleBreakpointEvent(const std::string& zubId, const std::string& line,
+                             const std::string& eventClass);
+  // gdb's mode: the breakpoint a stop record names ("bkptno") in the user's numbering.
+  void toUserBkpNumber(const std::string& zubId, MiMap& stopRecord) const;
   // Passes an engine's report of an internal failure, and the rest of it up to its prompt, on to
   // the user. Blocks one second so the engine can finish writing it.
   void handleUnexpectedCondition(const std::string& zubId, const std::string& line);
@@ -126,6 +134,9 @@ class MiSession {
                                   std::string& path);
 
   bool exitRequested = false;
+  // gdb's mode: the user turned the engines' asynchronous mode on, where an interrupt is the
+  // command "-exec-interrupt" (a signal only makes gdb print "Quit").
+  bool engineAsync = false;
   // Engine id to its thread-group record (a top-level map: "id", "type", "vek-card", "pid",
   // "threads").
   std::map<std::string, MiMap> threadGroups;

@@ -135,11 +135,14 @@ bool parseLine(std::string line, int number, Case& c) {
       text.erase(0, arrow + 4);
     }
     if (verb == ">") return c.steps.push_back({number, verb, text + end}), true;
-    // Replies end in a prompt ("<+"), a run's also announces it; a line end in a text splits it.
+    // Replies end in a prompt ("<+"; gdb's own, with a blank, in its mode), a run's also
+    // announces it; a line end in a text splits it.
     static const std::map<std::string, std::string> kReplies = {
         {"<+", "\n(gdb)"}, {"<running", "^running\n*running,thread-id=\"all\"\n(gdb)"}};
     const auto reply = kReplies.find(verb);
-    std::istringstream lines(reply != kReplies.end() ? text + reply->second : text);
+    const auto mode = c.env.find("WEM_COMPAT");
+    const std::string blank = mode != c.env.end() && mode->second == "gdb" ? " " : "";
+    std::istringstream lines(reply != kReplies.end() ? text + reply->second + blank : text);
     if (reply != kReplies.end()) verb = "<";
     for (std::string part; std::getline(lines, part);) c.steps.push_back({number, verb, part});
     if (text.empty()) c.steps.push_back({number, verb, ""});

@@ -1,0 +1,36 @@
+# gdb's mode: "-exec-interrupt" answers "^done" at once while a command runs, and with none
+# running is a command to every engine; output that comes while no command runs reaches the user
+# at once, stops in the user's numbering; "-gdb-exit" while the program runs ends everything.
+env: WEM_COMPAT=gdb
+host: on#1 -exec-continue $TOKEN^running
+host: on#1 -exec-continue @after 100 =thread-created,id="4",group-id="i1",pid="9"
+host: on SIGINT *stopped,reason="signal-received",thread-id="4"
+host: on -exec-interrupt $TOKEN^error,msg="The program is not being run."
+host: on -exec-interrupt @after 100 ~"late\n"
+host: on -exec-interrupt @after 100 *stopped,reason="breakpoint-hit",bkptno="3",thread-id="4"
+host: on#2 -exec-continue $TOKEN^running
+<+ =thread-group-added,id="i1"
+> 1-exec-continue
+< 1^running
+<+ *running,thread-id="all"
+< =thread-group-started,id="i1",type="process",pid="9"
+< =thread-created,id="1",group-id="i1",pid="9"
+> 2-exec-interrupt
+<+ 2^done
+< 1*stopped,reason="signal-received",thread-id="1"
+> 3-exec-interrupt
+<+ 3^done
+< ~"late\n"
+< *stopped,reason="breakpoint-hit",bkptno="3",thread-id="1"
+> 4-exec-continue
+< 4^running
+<+ *running,thread-id="all"
+> 5-gdb-exit
+< 5^exit
+end
+i1: 1-exec-continue
+i1: <SIGINT>
+i1: 3-exec-interrupt
+i1: 4-exec-continue
+i1: <SIGINT>
+i1: -gdb-exit

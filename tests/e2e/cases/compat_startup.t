@@ -1,0 +1,7 @@
+# gdb's mode: "--version" is the host engine's own, and the session does not start.
+env: WEM_COMPAT=gdb
+engine: gdb
+args: --version -nx -q
+<~ GNU gdb .*
+<... There is NO WARRANTY.*
+end
