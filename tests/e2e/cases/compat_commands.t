@@ -9,11 +9,11 @@ args: --interpreter=mi $SAMPLE
 <+ =thread-group-added,id="i1"
 > 1-list-features
 <~ 1\^done,features=\[(?!.*(frozen-varobjs|python)).*"data-read-memory-bytes".*\]
-< (gdb)
+< (gdb) $
 > 2-gdb-version
 <~ ~"GNU gdb .*
 <... 2\^done
-< (gdb)
+< (gdb) $
 > 3-enable-pretty-printing
 <+ 3^done
 > 31-target-select native
@@ -26,41 +26,41 @@ args: --interpreter=mi $SAMPLE
 <+ 6^done,features=[]
 > 7-file-list-exec-source-files
 <~ 7\^done,files=\[\{file=".*sample\.c".*\]
-< (gdb)
+< (gdb) $
 > 8-file-list-exec-source-file
 <~ 8\^done,line="\d+",file=".*sample\.c".*
-< (gdb)
+< (gdb) $
 > 9-symbol-info-functions --name square
 <~ 9\^done,symbols=\{debug=\[\{filename=".*sample\.c",.*name="square".*
-< (gdb)
+< (gdb) $
 > 10-break-insert sum_of_squares
 <~ 10\^done,bkpt=\{number="1",.*
-< (gdb)
+< (gdb) $
 > 11-exec-run
 <... 11\*stopped,reason="breakpoint-hit",.*bkptno="1".*
 > 12-break-watch total
 <+ 12^done,wpt={number="3",exp="total"}
 > 13-break-list
 <~ 13\^done,BreakpointTable=\{nr_rows="2",.*body=\[bkpt=\{number="1",.*times="1".*\},bkpt=\{number="3",type="hw watchpoint",.*\}\]\}
-< (gdb)
+< (gdb) $
 > 14-stack-list-variables --simple-values
 <+ 14^done,variables=[{name="count",arg="1",type="int",value="2"},{name="total",type="int",value="0"}]
 > 15-thread-select 1
 <~ 15\^done,new-thread-id="1",frame=\{level="0",.*func="sum_of_squares".*
-< (gdb)
+< (gdb) $
 > 16-stack-select-frame 1
 <+ 16^done
 > 17-stack-info-frame
 <~ 17\^done,frame=\{level="1",.*func="main".*
-< (gdb)
+< (gdb) $
 > 18-data-write-memory-bytes &round 07000000
 <+ 18^done
 > 18-data-read-memory-bytes &round 4
 <~ 18\^done,memory=\[\{begin="0x[0-9a-f]+",offset="0x0+",end="0x[0-9a-f]+",contents="07000000"\}\]
-< (gdb)
+< (gdb) $
 > 19-thread-select
 <+ 19^error,msg="-thread-select: USAGE: threadnum."
 > 20-break-insert --source nofile.c --line 3
 < &"No source file named nofile.c.\n"
 <~ 20\^done,bkpt=\{number="\d+",.*pending="-source nofile.c -line 3".*\}
-< (gdb)
+< (gdb) $

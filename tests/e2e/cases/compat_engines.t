@@ -39,7 +39,7 @@ host: on -interpreter-exec $TOKEN^done
 <+ 6^done
 i1: 1-thread-info
 i1: 2-var-update --all-values *
-i1: 3-break-insert kernel
+i1: 3-break-insert -f kernel
 i1: 4-exec-continue
 i1: <SIGINT>
 i1: 5-interpreter-exec --thread 1 console "break main"
