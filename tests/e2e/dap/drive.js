@@ -11,14 +11,15 @@ const cp = require('child_process');
 const fs = require('fs');
 const path = require('path');
 
-const [adapterJs, debuggerPath, program, scenarioName, logFile, ...envPairs] = process.argv.slice(2);
+const [adapterJs, debuggerPath, program, scenarioName, logFile, ...envPairs] =
+    process.argv.slice(2);
 const examples = path.resolve(__dirname, '../../../examples');
 // Where each program stops, what its frame holds on the first and second hit, where a step goes.
 const scenarios = {
   host: {file: 'sample.c', line: 29, func: 'main', locals: ['total', 'round'],
          expr: 'round + 2', values: ['2', '3'], stepLine: 30},
-  card: {file: 'offload_card.c', line: 90, func: 'card_work', locals: ['total', 'i'],
-         expr: 'i * i', values: ['1', '4'], stepLine: 89},
+  card: {file: 'offload_card.c', line: 12, func: 'card_work', locals: ['total', 'i'],
+         expr: 'i * i', values: ['1', '4'], stepLine: 11},
 };
 const sc = scenarios[scenarioName];
 const source = path.join(examples, sc.file);
@@ -53,7 +54,19 @@ function watchTree() {
     todo.push(...(children.get(pid) || []));
   }
 }
-const alive = () => [...seen].filter(([p, t]) => { const s = procStat(p); return s && s.start === t && !s.zombie; });
+function alive() {
+  return [...seen].filter(([pid, start]) => {
+    const st = procStat(pid);
+    return st && st.start === start && !st.zombie;
+  });
+}
+function commandLine(pid) {
+  try {
+    return fs.readFileSync(`/proc/${pid}/cmdline`, 'utf8').replace(/\0/g, ' ').trim();
+  } catch {
+    return `${pid}`;
+  }
+}
 const treeTimer = setInterval(watchTree, 200);
 
 // DAP framing: "Content-Length: N\r\n\r\n" and N bytes of JSON.
@@ -62,6 +75,11 @@ let inBuf = Buffer.alloc(0);
 const pending = new Map();
 const events = [];
 let eventWaiters = [];
+// An adapter that dies fails the request in flight at once, not at its deadline.
+adapter.on('exit', (code, signal) => {
+  for (const answer of pending.values())
+    answer({success: false, message: `the adapter ended (${signal || code})`});
+});
 adapter.stdout.on('data', (chunk) => {
   inBuf = Buffer.concat([inBuf, chunk]);
   for (;;) {
@@ -71,7 +89,10 @@ adapter.stdout.on('data', (chunk) => {
     if (inBuf.length < head + 4 + len) return;
     const msg = JSON.parse(inBuf.slice(head + 4, head + 4 + len).toString());
     inBuf = inBuf.slice(head + 4 + len);
-    if (msg.type === 'response' && pending.has(msg.request_seq)) pending.get(msg.request_seq)(msg);
+    if (msg.type === 'response' && pending.has(msg.request_seq)) {
+      pending.get(msg.request_seq)(msg);
+      pending.delete(msg.request_seq);
+    }
     if (msg.type === 'event') {
       events.push(msg);
       eventWaiters = eventWaiters.filter((w) => !w());
@@ -179,23 +200,27 @@ async function session() {
   stepName = 'every process ends';
   for (let t = 0; t < 50 && alive().length; t++) await new Promise((res) => setTimeout(res, 200));
   check(!alive().length, 'the adapter, the debugger and its engines end within 10 s',
-        alive().map(([p]) => fs.readFileSync(`/proc/${p}/cmdline`, 'utf8').replace(/\0/g, ' ')));
+        alive().map(([pid]) => commandLine(pid)));
 }
 
 // Ends what is left, by pid: SIGTERM, then SIGKILL after 3 s.
 async function cleanup() {
   clearInterval(treeTimer);
   for (const sig of ['SIGTERM', 'SIGKILL']) {
-    for (const [pid] of alive()) try { process.kill(pid, sig); } catch {}
+    for (const [pid] of alive()) {
+      try {
+        process.kill(pid, sig);
+      } catch {}
+    }
     for (let t = 0; t < 30 && alive().length; t++) await new Promise((res) => setTimeout(res, 100));
   }
 }
 
 // The whole session is bounded too: a run that answers slowly at every step still ends.
 const kSessionMs = 100000;
-Promise.race([session(), new Promise((_, reject) => setTimeout(
-  () => reject(new Error(`the session took more than ${kSessionMs / 1000} s`)), kSessionMs).unref())])
-.then(
+const late = new Promise((_, reject) => setTimeout(
+    () => reject(new Error(`the session took more than ${kSessionMs / 1000} s`)), kSessionMs));
+Promise.race([session(), late]).then(
   async () => {
     await cleanup();
     console.log(`dap ${scenarioName}: every step passed (${debuggerPath})`);
