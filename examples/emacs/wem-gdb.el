@@ -20,8 +20,8 @@
   (let ((process-environment
          (append (list "WEM_COMPAT=gdb" (concat "ZUBC_HOST=" wem-gdb-host-engine))
                  process-environment)))
-    (gdb (format "%s -i=mi %s" wem-gdb-program
-                 (shell-quote-argument (expand-file-name program))))))
+    (gdb (combine-and-quote-strings
+          (list wem-gdb-program "-i=mi" (expand-file-name program))))))
 
 (provide 'wem-gdb)
 ;;; wem-gdb.el ends here
