@@ -32,14 +32,23 @@ adapter.stderr.on('data', (d) => (stderrText += d));
 
 // Every (pid, start time) seen under the adapter, so that cleanup never hits a reused pid.
 const seen = new Map();
-function procStat(pid) {
+// Each of these may race with the process's end: a process gone reads as empty and ignores kill.
+function readProc(pid, file) {
   try {
-    const s = fs.readFileSync(`/proc/${pid}/stat`, 'utf8');
-    const f = s.slice(s.lastIndexOf(')') + 2).split(' ');
-    return {ppid: +f[1], start: f[19], zombie: f[0] === 'Z'};
+    return fs.readFileSync(`/proc/${pid}/${file}`, 'utf8');
   } catch {
-    return null;
+    return '';
   }
+}
+function signal(pid, sig) {
+  try {
+    process.kill(pid, sig);
+  } catch {}
+}
+function procStat(pid) {
+  const s = readProc(pid, 'stat');
+  const f = s.slice(s.lastIndexOf(')') + 2).split(' ');
+  return s ? {ppid: +f[1], start: f[19], zombie: f[0] === 'Z'} : null;
 }
 function watchTree() {
   const children = new Map();
@@ -54,19 +63,10 @@ function watchTree() {
     todo.push(...(children.get(pid) || []));
   }
 }
-function alive() {
-  return [...seen].filter(([pid, start]) => {
-    const st = procStat(pid);
-    return st && st.start === start && !st.zombie;
-  });
-}
-function commandLine(pid) {
-  try {
-    return fs.readFileSync(`/proc/${pid}/cmdline`, 'utf8').replace(/\0/g, ' ').trim();
-  } catch {
-    return `${pid}`;
-  }
-}
+const alive = () => [...seen.keys()].filter((pid) => {
+  const st = procStat(pid);
+  return st && st.start === seen.get(pid) && !st.zombie;
+});
 const treeTimer = setInterval(watchTree, 200);
 
 // DAP framing: "Content-Length: N\r\n\r\n" and N bytes of JSON.
@@ -100,11 +100,8 @@ adapter.stdout.on('data', (chunk) => {
   }
 });
 
-function fail(what) {
-  throw new Error(what);
-}
 function check(ok, what, got) {
-  if (!ok) fail(`${what}; got ${JSON.stringify(got)}`);
+  if (!ok) throw new Error(`${what}; got ${JSON.stringify(got)}`);
 }
 function deadline(promise, what) {
   let timer;
@@ -200,18 +197,14 @@ async function session() {
   stepName = 'every process ends';
   for (let t = 0; t < 50 && alive().length; t++) await new Promise((res) => setTimeout(res, 200));
   check(!alive().length, 'the adapter, the debugger and its engines end within 10 s',
-        alive().map(([pid]) => commandLine(pid)));
+        alive().map((pid) => `${pid} ${readProc(pid, 'comm').trim()}`));
 }
 
 // Ends what is left, by pid: SIGTERM, then SIGKILL after 3 s.
 async function cleanup() {
   clearInterval(treeTimer);
   for (const sig of ['SIGTERM', 'SIGKILL']) {
-    for (const [pid] of alive()) {
-      try {
-        process.kill(pid, sig);
-      } catch {}
-    }
+    for (const pid of alive()) signal(pid, sig);
     for (let t = 0; t < 30 && alive().length; t++) await new Promise((res) => setTimeout(res, 100));
   }
 }
