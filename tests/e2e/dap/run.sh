@@ -28,7 +28,8 @@ if [ "$mode" = install ]; then
   mkdir -p "$npm_dir"
   # The install scripts only build an optional terminal helper that the session does not use.
   npm_config_cache=$npm_dir/cache timeout 150 npm install --prefix "$npm_dir" --ignore-scripts \
-    --no-audit --no-fund cdt-gdb-adapter@1.7.0 >"$npm_dir/install.log" 2>&1 ||
+    --no-audit --no-fund --fetch-retries=1 --fetch-timeout=30000 cdt-gdb-adapter@1.7.0 \
+    >"$npm_dir/install.log" 2>&1 ||
     { tail -5 "$npm_dir/install.log"; skip "cdt-gdb-adapter cannot be installed from npm"; }
   exit 0
 fi
