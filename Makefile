@@ -16,8 +16,11 @@ CTEST_ARGS ?=
 FUZZ_SECONDS ?= 60
 JOBS ?= $(shell nproc)
 
+# node and npm run the IDE-client tests (tests/e2e/dap); Debian's unless some install has them.
+NODE_PACKAGES := $(if $(shell command -v node && command -v npm),,nodejs npm)
 PACKAGES := cmake ninja-build g++ make libboost-dev libboost-regex-dev bison flex \
-            libgtest-dev libgmock-dev libbenchmark-dev gdb gdbserver util-linux iproute2
+            libgtest-dev libgmock-dev libbenchmark-dev gdb gdbserver util-linux iproute2 \
+            $(NODE_PACKAGES)
 FUZZ_PACKAGES := clang libclang-rt-14-dev
 
 .PHONY: all deps build check demo bench fuzz format-check clean
