@@ -4,6 +4,7 @@
 #include <boost/make_shared.hpp>
 #include <chrono>
 
+#include "base/compat.h"
 #include "base/log.h"
 #include "commands/break_cmds.h"
 #include "engine/ctrl_module.h"
@@ -57,10 +58,13 @@ void MiSession::handleThreadCreated(const std::string& zubId, const std::string&
     return;
   }
   std::string pid;
-  if (!event.findString("pid", pid)) {
+  // Stock gdb names the process only in its group's start; the compatible mode takes it there.
+  const auto started = startedPids.find(zubId);
+  if (!event.findString("pid", pid) && (!gdbCompatible() || started == startedPids.end())) {
     LOG_AT(ctrl) << "Field 'pid' is missing: " << line;
     return;
   }
+  if (pid.empty()) pid = started->second;
   std::string userThreadId;
   threadIdTable.toExtThreadId(zubId, engineThreadId, userThreadId);
   event.setString("id", userThreadId);
@@ -82,6 +86,13 @@ void MiSession::handleThreadCreated(const std::string& zubId, const std::string&
   }
   if (MiList* list = threads->toMiList()) list->elements.push_back(record);
   ctrl.sendToUser("=" + eventClass + "," + printed(event) + "\n");
+}
+
+void MiSession::handleThreadGroupStarted(const std::string& zubId, const std::string& line) {
+  MiRecordPtr record = eventRecord(ctrl, line);
+  std::string pid;
+  if (record && record->toMiMap()->findString("pid", pid)) startedPids[zubId] = pid;
+  LOG_AT(ctrl) << "Ignoring event: " << line;
 }
 
 void MiSession::handleThreadExited(const std::string& zubId, const std::string& line,

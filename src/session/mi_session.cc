@@ -248,6 +248,8 @@ void MiSession::handleMiEvent(const std::string& zubId, const std::string& line,
     handleLibraryLoaded(zubId, line, eventClass);
   else if (eventClass.starts_with("breakpoint-") && gdbCompatible())
     handleBreakpointEvent(zubId, line, eventClass);
+  else if (eventClass == "thread-group-started" && gdbCompatible())
+    handleThreadGroupStarted(zubId, line);
   else
     LOG_AT(ctrl) << "Ignoring event: " << line;
 }

@@ -72,6 +72,8 @@ class MiSession {
   // group of their own.
   void handleThreadCreated(const std::string& zubId, const std::string& line,
                            const std::string& eventClass);
+  // Only remembers the process id for threads whose creation does not name it (stock gdb).
+  void handleThreadGroupStarted(const std::string& zubId, const std::string& line);
   void handleThreadExited(const std::string& zubId, const std::string& line,
                           const std::string& eventClass);
   void handleLibraryLoaded(const std::string& zubId, const std::string& line,
@@ -143,6 +145,7 @@ class MiSession {
   ThreadIdTable threadIdTable;
   BreakPointTable breakPointTable;
   VarObjTable varObjTable;
+  std::map<std::string, std::string> startedPids;  // engine id -> its program's pid, as started
   std::map<std::string, std::string> cardIpTable;  // card number -> card address
   std::map<std::string, std::string> ipCardTable;  // card address -> card number
   std::vector<std::string> vekRegs;
