@@ -37,8 +37,12 @@ class StderrChannel {
 
 }  // namespace
 
-void writeDiagnostic(std::ostream& log, const std::string& line) {
+void writeStandardError(const std::string& text) {
   static const StderrChannel channel;
+  channel.write(text);
+}
+
+void writeDiagnostic(std::ostream& log, const std::string& line) {
   LOG_TO(log) << "stderr: " << line;
-  channel.write(line + "\n");
+  writeStandardError(line + "\n");
 }

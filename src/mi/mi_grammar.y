@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/diagnostics.h"
 #include "mi/mi_parser.h"
 #include "mi/mi_record.h"
 
@@ -233,8 +234,9 @@ namespace {
 // reduction, e.g. at the "b" of a="1"b="2"): that record is dropped here.
 void yyerror(yyscan_t scanner, MiNodePool& pool, const char* message) {
   pool.result = -1;
-  std::fprintf(stderr, "&\"Syntax Error: %s at \\\"%s\\\"\"\n", message,
-               currentTokenText(scanner));
+  // Through the channel that never blocks: a full standard error must not stall the session.
+  writeStandardError(std::string("&\"Syntax Error: ") + message + " at \\\"" +
+                     currentTokenText(scanner) + "\\\"\"\n");
 }
 
 // One scanner and node pool per thread, kept between parses; a parse sets the buffer and clears
