@@ -92,7 +92,7 @@ bool parseLine(std::string line, int number, Case& c) {
   static const boost::regex keyed(
       R"(^(host\d*|card\d*|args|wrap|env|engine|file|cards|spawn|log|stderr|i\d+|vek\d+):(?: (.*))?$)");
   static const boost::regex step(
-      R"(^(>\+|>|<~|<\.\.\.|<\+|<running|<|!|sleep|quiet|close|end|exit)(?: (.*))?$)");
+      R"(^(>\+|>running|>|<~\+?|<\.\.\.\+?|<\+|<running|<|!|sleep|quiet|close|end|exit)(?: (.*))?$)");
   // "$" keeps a trailing blank visible; "\c" (as in echo) drops the line end of ">" and "file:".
   if (line.ends_with(" $")) line.pop_back();
   const bool open = line.ends_with("\\c");
@@ -134,6 +134,11 @@ bool parseLine(std::string line, int number, Case& c) {
       verb = "<+";
       text.erase(0, arrow + 4);
     }
+    if (verb == ">running") {  // "N-COMMAND": the line, then its run's reply
+      c.steps.push_back({number, ">", text + "\n"});
+      verb = "<running";
+      text = text.substr(0, text.find_first_not_of("0123456789"));
+    }
     if (verb == ">") return c.steps.push_back({number, verb, text + end}), true;
     // Replies end in a prompt ("<+"; gdb's own, with a blank, in its mode), a run's also
     // announces it; a line end in a text splits it.
@@ -142,6 +147,10 @@ bool parseLine(std::string line, int number, Case& c) {
     const auto reply = kReplies.find(verb);
     const auto mode = c.env.find("WEM_COMPAT");
     const std::string blank = mode != c.env.end() && mode->second == "gdb" ? " " : "";
+    if (verb.ends_with("+") && verb != "<+") {  // "<~+", "<...+": the line, then the prompt
+      c.steps.push_back({number, verb.substr(0, verb.size() - 1), text});
+      return c.steps.push_back({number, "<", "(gdb)" + blank}), true;
+    }
     std::istringstream lines(reply != kReplies.end() ? text + reply->second + blank : text);
     if (reply != kReplies.end()) verb = "<";
     for (std::string part; std::getline(lines, part);) c.steps.push_back({number, verb, part});

@@ -2,10 +2,7 @@
 env: WEM_COMPAT=gdb
 host: on -exec-continue $TOKEN^running
 <+ =thread-group-added,id="i1"
-> 1-gdb-set mi-async on
-<+ 1^done
-> 2-exec-continue
-< 2^running
-<+ *running,thread-id="all"
+>+ 1-gdb-set mi-async on => 1^done
+>running 2-exec-continue
 close
 end

@@ -52,12 +52,10 @@ card: on -data-evaluate-expression $TOKEN^done,value="7"
 >+ 15-data-list-register-values --thread 1 x -1 => 15^error,msg="Internal error"
 >+ 16-data-list-register-values --thread 2 x 60 => 16^done,register-values=[{number="60",value="0x3c"}]
 > 17-data-list-register-values --thread 2 x
-<~ 17\^done,register-values=\[(\{number="\d",value="<undefined>"\},){5}\{number="5",value="0x5"\}(,\{number="\d+",value="<undefined>"\}){92}\]
-< (gdb)
+<~+ 17\^done,register-values=\[(\{number="\d",value="<undefined>"\},){5}\{number="5",value="0x5"\}(,\{number="\d+",value="<undefined>"\}){92}\]
 >+ 18-data-list-register-values --thread 2 x => 18^error,msg="Internal error"
 > 19-data-list-register-names --thread-group vek1
-<~ 19\^done,register-names=\["rax","rdx","rcx","rbx"(,"[a-z0-9]+"){93},"k7"\]
-< (gdb)
+<~+ 19\^done,register-names=\["rax","rdx","rcx","rbx"(,"[a-z0-9]+"){93},"k7"\]
 >+ 20-data-list-register-names => 20^error,msg="Internal error"
 # A variable object in a card thread: the card engine owns it and becomes current.
 >+ 21-var-create --thread 2 - * x => 21^done,name="var0",numchild="1",value="{...}",type="struct s",thread-id="2"

@@ -14,9 +14,7 @@ card: on -exec-continue @after 200 @exit KILL
 < =thread-group-started,id="i1",type="process",pid="100"
 < =thread-created,id="1",group-id="i1",pid="100"
 < =thread-created,id="2",group-id="i1",pid="200"
-< 5^running
-<+ *running,thread-id="all"
+<running 5
 < 5*stopped,reason="signal-received",signal-name="SIGINT",thread-id="1"
-> 6-stack-info-depth --thread 2
-<+ 6^error,msg="Invalid thread: 2"
+>+ 6-stack-info-depth --thread 2 => 6^error,msg="Invalid thread: 2"
 log: The output of vek1 has ended.

@@ -2,8 +2,7 @@
 host: on -exec-continue $TOKEN^running
 host: on -exec-continue $TOKEN^running
 <+ =thread-group-added,id="i1"
-> 4-exec-continue
-<running 4
+>running 4-exec-continue
 end
 log: Unexpected result from i1.
 log: 'checkOutputOfZubs' failed.

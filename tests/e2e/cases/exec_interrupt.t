@@ -7,12 +7,10 @@ host: on -exec-continue $TOKEN^running
 host: on#2 -exec-continue @after 300 $TOKEN^running
 host: on SIGINT *stopped,reason="signal-received",signal-name="SIGINT",thread-id="1"
 <+ =thread-group-added,id="i1"
-> 1-exec-run
-<running 1
+>running 1-exec-run
 > -exec-interrupt
 < 1*stopped,reason="signal-received",signal-name="SIGINT",thread-id="1"
-> 2-exec-continue
-<running 2
+>running 2-exec-continue
 quiet 100
 ! SIGINT
 < 2*stopped,reason="signal-received",signal-name="SIGINT",thread-id="1"

@@ -8,8 +8,7 @@ host: on -exec-continue @after 100 *stopped,reason="breakpoint-hit",bkptno="1",t
 card: on -exec-continue @after 400 $TOKEN^running
 card: on SIGINT *stopped,reason="signal-received",thread-id="1"
 <+ =thread-group-added,id="i1"
-> 1-exec-continue
-<running 1
+>running 1-exec-continue
 < 1*stopped,reason="breakpoint-hit",bkptno="1",thread-id="1"
 vek1: 1-exec-continue
 vek1: <SIGINT>

@@ -5,20 +5,16 @@ engine: gdb
 args: --interpreter=mi $SAMPLE
 <+ =thread-group-added,id="i1"
 > 1-break-insert sum_of_squares
-<... 1\^done,bkpt=\{number="1",.*
-< (gdb)
+<...+ 1\^done,bkpt=\{number="1",.*
 > 2-interpreter-exec console "r"
 <... 2\^running
 <+ *running,thread-id="all"
 <... 2\*stopped,reason="breakpoint-hit",.*func="sum_of_squares",args=\[\{name="count",value="2"\}\].*
-> 3-interpreter-exec console "n"
-<running 3
+>running 3-interpreter-exec console "n"
 <... 3\*stopped,reason="end-stepping-range",.*
 > 4-exec-return
-<~ 4\^done,frame=\{level="0",.*func="main".*\}
-< (gdb)
-> 5-interpreter-exec console "continue"
-<running 5
+<~+ 4\^done,frame=\{level="0",.*func="main".*\}
+>running 5-interpreter-exec console "continue"
 <... 5\*stopped,reason="breakpoint-hit",.*func="sum_of_squares",args=\[\{name="count",value="3"\}\].*
 > quit
 <... \^exit

@@ -4,18 +4,14 @@
 # to the next record; "-exec-args" reaches gdb; a SIGINT still interrupts the program.
 engine: zub-gdb
 args: --interpreter=mi $SAMPLE
-< =thread-group-added,id="i1"
-< (gdb)
+<+ =thread-group-added,id="i1"
 > 1-break-insert sum_of_squares
-<... 1\^done,bkpt=\{number="1",.*func="sum_of_squares".*
-< (gdb)
+<...+ 1\^done,bkpt=\{number="1",.*func="sum_of_squares".*
 > 2-exec-run
 <... =thread-group-started,id="i1",type="process",pid="\d+"
 <~ =thread-created,id="1",group-id="i1",pid="\d+"
 <... 2\*stopped,reason="breakpoint-hit",.*bkptno="1".*thread-id="1".*
-> 3-break-delete 1
-< 3^done
-< (gdb)
+>+ 3-break-delete 1 => 3^done
 > 4-exec-continue
 <... @"round 2: 49\\n"
 <... 4\*stopped,reason="exited-normally"
