@@ -2,7 +2,8 @@
 # dropped and other streams, notifications and non-MI lines passed on unchanged; engine errors
 # pass on; unknown thread and group ids get fixed errors and never reach the engine, known group
 # options are stripped. Records that do not parse (open, too deep, raw bytes) are logged and
-# skipped, and a megabyte record passes whole.
+# skipped, and a megabyte record passes whole. The engine does not inherit the log file.
+host: on -gdb-set @ifopen $DIR/wem.log $TOKEN^error,msg="the log is inherited"
 host: on -gdb-set 99^done,stale="1"
 host: on -gdb-set $TOKEN^done,fresh="1"
 host: on -stack-info-depth ^done,depth="2"
