@@ -1,6 +1,7 @@
 # The program's output and console lines reach the user during a run, except console lines that
 # name the offload function; stops without a readable record are reported with reason "unknown",
-# the host's own exit as it came.
+# the host's own exit as it came. An engine that says "^running" twice ends the program after
+# what was due.
 host: on -exec-continue $TOKEN^running
 host: on -exec-continue ~"Breakpoint 2, __zub_target_so_loaded () at offload.c:10\n"
 host: on -exec-continue hello from the program
@@ -15,6 +16,8 @@ host: on#3 -exec-next $TOKEN^running
 host: on#3 -exec-next *stopped,thread-id={id="1"}
 host: on#4 -exec-next $TOKEN^running
 host: on#4 -exec-next *stopped,reason="exited-normally",exit-code="0"
+host: on -exec-step $TOKEN^running
+host: on -exec-step $TOKEN^running
 <+ =thread-group-added,id="i1"
 >running 4-exec-continue
 < hello from the program
@@ -29,3 +32,7 @@ host: on#4 -exec-next *stopped,reason="exited-normally",exit-code="0"
 < 3*stopped,reason="unknown"
 >running 5-exec-next
 < 5*stopped,reason="exited-normally",exit-code="0"
+>running 6-exec-step
+end
+log: Unexpected result from i1.
+log: 'checkOutputOfZubs' failed.
