@@ -42,6 +42,7 @@ struct Case {
   std::string engine;  // host engines: "gdb", "zub-gdb" (ours, over gdb) or the fake engine
   std::vector<std::string> wrap;  // a command that runs the program (tools/simulate-card)
   bool inProcess = false;
+  bool announced = true;  // the conversation begins with the announcement of group i1
   std::map<std::string, std::string> files;
   std::vector<std::pair<std::string, std::string>> cards;
   std::vector<std::vector<std::string>> spawns;
@@ -101,6 +102,8 @@ bool parseLine(std::string line, int number, Case& c) {
   boost::smatch m;
   if (line == "in-process") {
     c.inProcess = true;
+  } else if (line == "unannounced") {
+    c.announced = false;
   } else if (boost::regex_match(line, m, keyed)) {
     const std::string key = m[1], text = bytes(m[2]);
     const size_t blank = text.find(' '), equals = text.find('=');
@@ -177,6 +180,12 @@ bool parseCase(const std::string& path, const std::string& dir, Case& c) {
         ADD_FAILURE() << path << ":" << number << ": cannot read: " << shown(line);
         return false;
       }
+  }
+  if (c.announced) {  // first, as the program writes it (the env lines decide its prompt)
+    Case first;
+    first.env = c.env;
+    parseLine("<+ =thread-group-added,id=\"i1\"", 1, first);
+    c.steps.insert(c.steps.begin(), first.steps.begin(), first.steps.end());
   }
   return true;
 }

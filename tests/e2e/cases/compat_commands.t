@@ -6,7 +6,6 @@
 engine: gdb
 env: WEM_COMPAT=gdb
 args: --interpreter=mi $SAMPLE
-<+ =thread-group-added,id="i1"
 > 1-list-features
 <~+ 1\^done,features=\[(?!.*(frozen-varobjs|python)).*"data-read-memory-bytes".*\]
 > 2-gdb-version

@@ -12,7 +12,6 @@ host2: on -break-insert $TOKEN^done,bkpt={number="5",times="0"}
 host2: on -break-list $TOKEN^done,BreakpointTable={nr_rows="1",hdr=[],body=[bkpt={number="5",times="2"}]}
 host2: on -thread-select $TOKEN^done,new-thread-id="7",frame={level="0"}
 host2: on -break-watch $TOKEN^done,wpt={number="6",exp="x"}
-<+ =thread-group-added,id="i1"
 <+ =thread-group-added,id="i2"
 > 1-break-insert main
 < =thread-group-started,id="i2",type="process",pid="200"

@@ -20,7 +20,6 @@ card: on -exec-continue @after 100 *stopped,reason="breakpoint-hit",bkptno="5",t
 host: on SIGINT *stopped,reason="signal-received",thread-id="1"
 host: on -interpreter-exec =breakpoint-created,bkpt={number="7",type="breakpoint"},{number="7.1"}
 host: on -interpreter-exec $TOKEN^done
-<+ =thread-group-added,id="i1"
 >+ 1-thread-info => 1^done,threads=[{id="1",target-id="host"},{id="2",target-id="card"}],current-thread-id="1"
 >+ 2-var-update --all-values * => 2^done,changelist=[{name="var1",in_scope="true"},{name="var2",in_scope="true"}]
 >+ 3-break-insert kernel => 3^done,bkpt={number="1",type="breakpoint"}

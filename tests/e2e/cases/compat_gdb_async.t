@@ -3,7 +3,6 @@
 env: WEM_COMPAT=gdb
 engine: gdb
 args: --interpreter=mi -q -nx /bin/sleep
-<+ =thread-group-added,id="i1"
 >+ 1-gdb-set mi-async on => 1^done
 > 2-exec-arguments 30
 <...+ 2\^.*

@@ -6,7 +6,6 @@ env: WEM_COMPAT=gdb
 args: -i mi --nx -q
 host: on -interpreter-exec ~"a=1\n"
 host: on -interpreter-exec $TOKEN^done
-<+ =thread-group-added,id="i1"
 >+   5-gdb-set confirm off => 5^done
 >+ 6  -gdb-set confirm on => 6^done
 >+ 42 => 42^done

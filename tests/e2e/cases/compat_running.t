@@ -9,7 +9,6 @@ host: on -exec-interrupt $TOKEN^error,msg="The program is not being run."
 host: on -exec-interrupt @after 100 ~"late\n"
 host: on -exec-interrupt @after 100 *stopped,reason="breakpoint-hit",bkptno="3",thread-id="4"
 host: on#2 -exec-continue $TOKEN^running
-<+ =thread-group-added,id="i1"
 >running 1-exec-continue
 < =thread-group-started,id="i1",type="process",pid="9"
 < =thread-created,id="1",group-id="i1",pid="9"

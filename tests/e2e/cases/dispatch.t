@@ -4,7 +4,6 @@
 # are handled whole.
 host: on quit $TOKEN^exit
 host: on quit @exit 0
-<+ =thread-group-added,id="i1"
 >
 < (gdb)
 >    	

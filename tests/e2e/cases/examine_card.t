@@ -25,7 +25,6 @@ card: on#3 -data-list-register-values $TOKEN^done,register-values="none"
 card: on -var-create $TOKEN^done,name="var0",numchild="1",value="{...}",type="struct s",thread-id="1"
 card: on -var-list-children $TOKEN^done,numchild="1",children=[child={name="var0.a.b",exp="b",numchild="0",type="int"}]
 card: on -data-evaluate-expression $TOKEN^done,value="7"
-<+ =thread-group-added,id="i1"
 # Threads become known: host thread 1 is user thread 1, card thread 1 user thread 2.
 > 1-gdb-set --thread-group i1 a
 < =thread-group-started,id="i1",type="process",pid="42"

@@ -23,7 +23,6 @@ card: on#4 -exec-continue $TOKEN^error,msg="card refuses"
 card: on#5 -exec-continue $TOKEN^running
 card: on#5 -exec-continue @after 150 *stopped,reason="exited-normally"
 card: on SIGINT *stopped,reason="signal-received",thread-id="1"
-<+ =thread-group-added,id="i1"
 >+ 1-exec-continue => 1^error,msg="The program is not being run."
 >running 2-exec-continue
 < 2*stopped,reason="breakpoint-hit",bkptno="1",frame={func="main"},thread-id="1"

@@ -15,7 +15,6 @@ card: on#1 -exec-continue @after 400 $TOKEN^running
 card: on#2 -exec-continue $TOKEN^running
 card: on#2 -exec-continue @after 200 @exit KILL
 card: on SIGINT *stopped,reason="signal-received",thread-id="1"
-<+ =thread-group-added,id="i1"
 > 1-exec-continue
 < =thread-group-started,id="i1",type="process",pid="100"
 < =thread-created,id="1",group-id="i1",pid="100"

@@ -9,7 +9,6 @@ host: on#2 -exec-continue @after 300 $TOKEN^running
 host: on -stack-info-depth @after 5000 $TOKEN^done,depth="9"
 host: on -stack-info-depth @noprompt
 host: on SIGINT *stopped,reason="signal-received",signal-name="SIGINT",thread-id="1"
-<+ =thread-group-added,id="i1"
 >running 1-exec-run
 > -exec-interrupt
 < 1*stopped,reason="signal-received",signal-name="SIGINT",thread-id="1"

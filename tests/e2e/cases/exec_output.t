@@ -18,7 +18,6 @@ host: on#4 -exec-next $TOKEN^running
 host: on#4 -exec-next *stopped,reason="exited-normally",exit-code="0"
 host: on -exec-step $TOKEN^running
 host: on -exec-step $TOKEN^running
-<+ =thread-group-added,id="i1"
 >running 4-exec-continue
 < hello from the program
 < ~"Breakpoint 1, main () at prog.c:3\n"

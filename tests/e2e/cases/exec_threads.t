@@ -22,7 +22,6 @@ card: on SIGINT @cancel
 card: on SIGINT *stopped,reason="signal-received",thread-id="1"
 card: on quit $TOKEN^exit
 card: on quit @exit 0
-<+ =thread-group-added,id="i1"
 >running 1-exec-continue
 < 1*stopped,reason="breakpoint-hit",thread-id="1"
 >running 2-exec-next --thread 1

@@ -4,7 +4,6 @@
 # delete and a continue that shows the program's output and its exit; nothing is left running.
 engine: gdb
 args: --interpreter=mi $SAMPLE
-<+ =thread-group-added,id="i1"
 > 1-break-insert fill_point
 <~+ 1\^done,bkpt=\{number="1",.*func="fill_point".*\}
 > 2-exec-run

@@ -2,7 +2,6 @@
 # both list libraries; a sourced command evaluates in the stopped frame; i2 is removed.
 engine: gdb
 file: cmds.gdb 22-zub-cond-print --thread 1 x==1 "x is one" other
-<+ =thread-group-added,id="i1"
 >+ 1-file-exec-and-symbols $SAMPLE => 1^done
 >+ 2-add-inferior => =thread-group-added,id="i2"
 >+ 3-file-exec-and-symbols $SAMPLE => 3^done

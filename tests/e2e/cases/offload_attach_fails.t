@@ -18,7 +18,6 @@ host: on#1 /__zub_target_so_pid/ $TOKEN^done,memory=[{addr="0x601044",data=[]}]
 host: on /__zub_target_so_pid/ $TOKEN^done,memory=[{addr="0x601044",data=["77"]}]
 host: on#1 -data-evaluate-expression $TOKEN^done,value="\"\""
 host: on -data-evaluate-expression $TOKEN^done,value="\"card.out\""
-<+ =thread-group-added,id="i1"
 >running 1-exec-run
 < ~"Attaching VEK process...\n"
 < ~"Failed to retrieve VEK card number.\n"

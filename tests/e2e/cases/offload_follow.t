@@ -32,7 +32,6 @@ card: on -exec-continue @after 300 *stopped,reason="breakpoint-hit",frame={func=
 card: on -exec-next $TOKEN^running
 card: on -exec-next @after 100 *stopped,reason="exited-normally"
 card2: on attach $TOKEN^error,msg="ptrace: No such process."
-<+ =thread-group-added,id="i1"
 >+ 1-break-insert main => 1^done,bkpt={number="1",func="main"}
 >+ 2-break-insert kernel => 2^done,bkpt={number="2",func="kernel"}
 >+ 3-break-disable 2 => 3^done

@@ -8,7 +8,6 @@ env: WEM_CARD_SERVER=$BUILD/bin/card-server
 env: ZUBC_VEK=$BUILD/bin/zub-gdb
 engine: zub-gdb
 args: --interpreter=mi $BUILD/bin/offload_host
-<+ =thread-group-added,id="i1"
 > 1-break-insert -f card_work
 < &"Function \"card_work\" not defined.\n"
 <~+ 1\^done,bkpt=\{number="1",.*pending="card_work".*

@@ -21,7 +21,6 @@ host: on#3 -gdb-unset \x01\xff garbage
 host: on#3 -gdb-unset ^bogus,x="1"
 host: on#3 -gdb-unset $TOKEN^error
 host: on#4 -gdb-unset $TOKEN^done,big="{x*1048576}"
-<+ =thread-group-added,id="i1"
 >+ 5-gdb-set confirm off => 5^done,fresh="1"
 >+ 6-stack-info-depth => 6^done,depth="2"
 > 7-environment-pwd

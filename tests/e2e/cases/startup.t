@@ -6,7 +6,6 @@
 host: banner ~"engine banner is not shown"
 host: on -gdb-exit @noprompt
 args: --interpreter mi -x=1 -i=console
-<+ =thread-group-added,id="i1"
 ! SIGINT
 quiet 300
 > 3-gdb-set a

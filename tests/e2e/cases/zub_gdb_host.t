@@ -7,7 +7,6 @@
 # the program; "quit" ends gdb without a record, and its end finishes the exit.
 engine: zub-gdb
 args: --interpreter=mi $SAMPLE
-<+ =thread-group-added,id="i1"
 > 1-break-insert sum_of_squares
 <...+ 1\^done,bkpt=\{number="1",.*func="sum_of_squares".*
 > 2-interpreter-exec console "r"
