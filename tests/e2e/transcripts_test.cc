@@ -93,7 +93,7 @@ bool parseLine(std::string line, int number, Case& c) {
   static const boost::regex keyed(
       R"(^(host\d*|card\d*|args|wrap|env|engine|file|cards|spawn|log|stderr|i\d+|vek\d+):(?: (.*))?$)");
   static const boost::regex step(
-      R"(^(>\+|>running|>|<~\+?|<\.\.\.\+?|<\+|<running|<|!|sleep|quiet|close|end|exit)(?: (.*))?$)");
+      R"(^(>\+|>running|>~|>\.\.\.|>|<~\+?|<\.\.\.\+?|<\+|<running|<|!|sleep|quiet|close|end|exit)(?: (.*))?$)");
   // "$" keeps a trailing blank visible; "\c" (as in echo) drops the line end of ">" and "file:".
   if (line.ends_with(" $")) line.pop_back();
   const bool open = line.ends_with("\\c");
@@ -130,11 +130,11 @@ bool parseLine(std::string line, int number, Case& c) {
       c.received[key] += text + "\n";
   } else if (boost::regex_match(line, m, step)) {
     std::string verb = m[1], text = bytes(m[2]);
-    if (verb == ">+") {  // "COMMAND => REPLY": the line, then the reply
+    if (verb == ">+" || verb == ">~" || verb == ">...") {  // "LINE => REPLY": the line, the reply
       const size_t arrow = text.find(" => ");
       if (arrow == std::string::npos) return false;
       c.steps.push_back({number, ">", text.substr(0, arrow) + "\n"});
-      verb = "<+";
+      verb = verb == ">+" ? "<+" : "<" + verb.substr(1) + "+";
       text.erase(0, arrow + 4);
     }
     if (verb == ">running") {  // "N-COMMAND": the line, then its run's reply

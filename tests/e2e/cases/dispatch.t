@@ -43,5 +43,4 @@ i1: 3-gdb-set \x01\xff\x00\x7f end\x0d
 i1: 13-gdb-set confirm off
 i1: 21quit
 log: From user: $
-log: sigIntPending cleared.
-log: sigIntPending cleared.
+2* log: sigIntPending cleared.

@@ -16,8 +16,7 @@ host: on#3 -exec-next $TOKEN^running
 host: on#3 -exec-next *stopped,thread-id={id="1"}
 host: on#4 -exec-next $TOKEN^running
 host: on#4 -exec-next *stopped,reason="exited-normally",exit-code="0"
-host: on -exec-step $TOKEN^running
-host: on -exec-step $TOKEN^running
+2* host: on -exec-step $TOKEN^running
 >running 4-exec-continue
 < hello from the program
 < ~"Breakpoint 1, main () at prog.c:3\n"

@@ -37,8 +37,7 @@ host: on#4 -gdb-unset $TOKEN^done,big="{x*1048576}"
 >+ 9-list-features --thread-group i9 => 9^done,features=["frozen-varobjs","thread-info"]
 >+ 10-gdb-set --thread-group i1 confirm off => 10^done,fresh="1"
 4* > 11-gdb-unset v
-<+ 11^done
-<+ 11^done
+2* <+ 11^done
 < \x01\xff garbage
 < ^bogus,x="1"
 <+ 11^error

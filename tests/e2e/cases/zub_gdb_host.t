@@ -7,16 +7,14 @@
 # the program; "quit" ends gdb without a record, and its end finishes the exit.
 engine: zub-gdb
 args: --interpreter=mi $SAMPLE
-> 1-break-insert sum_of_squares
-<...+ 1\^done,bkpt=\{number="1",.*func="sum_of_squares".*
+>... 1-break-insert sum_of_squares => 1\^done,bkpt=\{number="1",.*func="sum_of_squares".*
 > 2-interpreter-exec console "r"
 <... =thread-group-started,id="i1",type="process",pid="\d+"
 <~ =thread-created,id="1",group-id="i1",pid="\d+"
 <... 2\*stopped,reason="breakpoint-hit",.*bkptno="1".*args=\[\{name="count",value="2"\}\].*thread-id="1".*
 >running 3-interpreter-exec console "n"
 <... 3\*stopped,reason="end-stepping-range",.*
-> 4-exec-return
-<~+ 4\^done,frame=\{level="0",.*func="main".*\}
+>~ 4-exec-return => 4\^done,frame=\{level="0",.*func="main".*\}
 >running 5-interpreter-exec console "continue"
 <... 5\*stopped,reason="breakpoint-hit",.*func="sum_of_squares",args=\[\{name="count",value="3"\}\].*
 >+ 6-break-delete 1 => 6^done
