@@ -42,6 +42,7 @@ struct Case {
   std::string engine;  // host engines: "gdb", "zub-gdb" (ours, over gdb) or the fake engine
   std::vector<std::string> wrap;  // a command that runs the program (tools/simulate-card)
   bool inProcess = false;
+  bool announced = true;  // the conversation begins with the announcement of group i1
   std::map<std::string, std::string> files;
   std::vector<std::pair<std::string, std::string>> cards;
   std::vector<std::vector<std::string>> spawns;
@@ -92,7 +93,7 @@ bool parseLine(std::string line, int number, Case& c) {
   static const boost::regex keyed(
       R"(^(host\d*|card\d*|args|wrap|env|engine|file|cards|spawn|log|stderr|i\d+|vek\d+):(?: (.*))?$)");
   static const boost::regex step(
-      R"(^(>\+|>|<~|<\.\.\.|<\+|<running|<|!|sleep|quiet|close|end|exit)(?: (.*))?$)");
+      R"(^(>\+|>running|>~|>\.\.\.|>|<~\+?|<\.\.\.\+?|<\+|<running|<|!|sleep|quiet|close|end|exit)(?: (.*))?$)");
   // "$" keeps a trailing blank visible; "\c" (as in echo) drops the line end of ">" and "file:".
   if (line.ends_with(" $")) line.pop_back();
   const bool open = line.ends_with("\\c");
@@ -101,6 +102,8 @@ bool parseLine(std::string line, int number, Case& c) {
   boost::smatch m;
   if (line == "in-process") {
     c.inProcess = true;
+  } else if (line == "unannounced") {
+    c.announced = false;
   } else if (boost::regex_match(line, m, keyed)) {
     const std::string key = m[1], text = bytes(m[2]);
     const size_t blank = text.find(' '), equals = text.find('=');
@@ -127,12 +130,17 @@ bool parseLine(std::string line, int number, Case& c) {
       c.received[key] += text + "\n";
   } else if (boost::regex_match(line, m, step)) {
     std::string verb = m[1], text = bytes(m[2]);
-    if (verb == ">+") {  // "COMMAND => REPLY": the line, then the reply
+    if (verb == ">+" || verb == ">~" || verb == ">...") {  // "LINE => REPLY": the line, the reply
       const size_t arrow = text.find(" => ");
       if (arrow == std::string::npos) return false;
       c.steps.push_back({number, ">", text.substr(0, arrow) + "\n"});
-      verb = "<+";
+      verb = verb == ">+" ? "<+" : "<" + verb.substr(1) + "+";
       text.erase(0, arrow + 4);
+    }
+    if (verb == ">running") {  // "N-COMMAND": the line, then its run's reply
+      c.steps.push_back({number, ">", text + "\n"});
+      verb = "<running";
+      text = text.substr(0, text.find_first_not_of("0123456789"));
     }
     if (verb == ">") return c.steps.push_back({number, verb, text + end}), true;
     // Replies end in a prompt ("<+"; gdb's own, with a blank, in its mode), a run's also
@@ -142,6 +150,10 @@ bool parseLine(std::string line, int number, Case& c) {
     const auto reply = kReplies.find(verb);
     const auto mode = c.env.find("WEM_COMPAT");
     const std::string blank = mode != c.env.end() && mode->second == "gdb" ? " " : "";
+    if (verb.ends_with("+") && verb != "<+") {  // "<~+", "<...+": the line, then the prompt
+      c.steps.push_back({number, verb.substr(0, verb.size() - 1), text});
+      return c.steps.push_back({number, "<", "(gdb)" + blank}), true;
+    }
     std::istringstream lines(reply != kReplies.end() ? text + reply->second + blank : text);
     if (reply != kReplies.end()) verb = "<";
     for (std::string part; std::getline(lines, part);) c.steps.push_back({number, verb, part});
@@ -168,6 +180,12 @@ bool parseCase(const std::string& path, const std::string& dir, Case& c) {
         ADD_FAILURE() << path << ":" << number << ": cannot read: " << shown(line);
         return false;
       }
+  }
+  if (c.announced) {  // first, as the program writes it (the env lines decide its prompt)
+    Case first;
+    first.env = c.env;
+    parseLine("<+ =thread-group-added,id=\"i1\"", 1, first);
+    c.steps.insert(c.steps.begin(), first.steps.begin(), first.steps.end());
   }
   return true;
 }

@@ -1,7 +1,6 @@
 # An engine that dies while it attaches: the attach gets the internal error instead of waiting
 # for a result that cannot come.
 host: on -target-attach @exit 0
-<+ =thread-group-added,id="i1"
 > 3-target-attach 4242
 < =thread-group-exited,id="i1"
 <+ 3^error,msg="Internal error"

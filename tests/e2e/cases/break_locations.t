@@ -4,7 +4,6 @@
 host: on /-break-insert .*multi/ $TOKEN^done,bkpt={number="7",type="breakpoint",addr="<MULTIPLE>"},{number="7.1",addr="0x1",thread-id="4"},{number="7.2",addr="0x2"}
 host: on /-break-insert .*garbled/ $TOKEN^done,bkpt={number="8",type="breakpoint",addr=
 host: on /-break-insert .*single/ $TOKEN^done,bkpt={number="9",type="breakpoint"}
-<+ =thread-group-added,id="i1"
 >+ 1-break-insert multi => 1^done,bkpt={number="1",type="breakpoint",addr="<MULTIPLE>"},{number="1.1",addr="0x1",thread-id="1"},{number="1.2",addr="0x2"}
 >+ 2-break-insert garbled => 2^error,msg="Internal error"
 >+ 3-break-insert single => 3^done,bkpt={number="2",type="breakpoint"}

@@ -23,10 +23,8 @@ card: on /-break-insert .*dup/ $TOKEN^error,msg="card: no dup"
 card: on /-break-insert .*nowhere/ $TOKEN^error,msg="card: nowhere either"
 card: on -exec-run $TOKEN^running
 card: on SIGINT *stopped,reason="signal-received",thread-id="1"
-<+ =thread-group-added,id="i1"
 >+ 1-break-insert main => 1^done,bkpt={number="1",type="breakpoint",func="main",on="card"}
-> 2-exec-run
-<running 2
+>running 2-exec-run
 < 2*stopped,reason="breakpoint-hit",thread-id="1"
 >+ 3-break-insert --thread 1 tick => 3^done,bkpt={number="3",type="breakpoint",func="tick",on="card"}
 >+ 4-break-insert hostonly => 4^done,bkpt={number="4",func="hostonly"}

@@ -3,18 +3,12 @@
 env: WEM_COMPAT=gdb
 engine: gdb
 args: --interpreter=mi -q -nx /bin/sleep
-<+ =thread-group-added,id="i1"
-> 1-gdb-set mi-async on
-<+ 1^done
-> 2-exec-arguments 30
-<... 2\^.*
-< (gdb) $
+>+ 1-gdb-set mi-async on => 1^done
+>... 2-exec-arguments 30 => 2\^.*
 > 3-exec-run
 <... 3\^running
 <+ *running,thread-id="all"
-> 4-exec-interrupt
-<... 4\^done
-< (gdb) $
+>... 4-exec-interrupt => 4\^done
 <... 3\*stopped,reason="signal-received",signal-name="SIGINT".*
 > 5-exec-continue
 <... 5\^running

@@ -6,21 +6,16 @@ env: WEM_COMPAT=gdb
 args: -i mi --nx -q
 host: on -interpreter-exec ~"a=1\n"
 host: on -interpreter-exec $TOKEN^done
-<+ =thread-group-added,id="i1"
->   5-gdb-set confirm off
-<+ 5^done
-> 6  -gdb-set confirm on
-<+ 6^done
-> 42
-<+ 42^done
+>+   5-gdb-set confirm off => 5^done
+>+ 6  -gdb-set confirm on => 6^done
+>+ 42 => 42^done
 > 7 print "a\n"
 < ~"a=1\n"
 <+ 7^done
 > 9info frame
 < ~"a=1\n"
 <+ 9^done
-> 8-foo 1
-<+ 8^error,msg="Undefined MI command: foo",code="undefined-command"
+>+ 8-foo 1 => 8^error,msg="Undefined MI command: foo",code="undefined-command"
 close
 end
 i1: 5-gdb-set confirm off

@@ -9,22 +9,15 @@ host: on -exec-interrupt $TOKEN^error,msg="The program is not being run."
 host: on -exec-interrupt @after 100 ~"late\n"
 host: on -exec-interrupt @after 100 *stopped,reason="breakpoint-hit",bkptno="3",thread-id="4"
 host: on#2 -exec-continue $TOKEN^running
-<+ =thread-group-added,id="i1"
-> 1-exec-continue
-< 1^running
-<+ *running,thread-id="all"
+>running 1-exec-continue
 < =thread-group-started,id="i1",type="process",pid="9"
 < =thread-created,id="1",group-id="i1",pid="9"
-> 2-exec-interrupt
-<+ 2^done
+>+ 2-exec-interrupt => 2^done
 < 1*stopped,reason="signal-received",thread-id="1"
-> 3-exec-interrupt
-<+ 3^done
+>+ 3-exec-interrupt => 3^done
 < ~"late\n"
 < *stopped,reason="breakpoint-hit",bkptno="3",thread-id="1"
-> 4-exec-continue
-< 4^running
-<+ *running,thread-id="all"
+>running 4-exec-continue
 > 5-gdb-exit
 < 5^exit
 end

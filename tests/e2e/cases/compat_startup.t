@@ -1,4 +1,5 @@
 # gdb's mode: "--version" is the host engine's own, and the session does not start.
+unannounced
 env: WEM_COMPAT=gdb
 engine: gdb
 args: --version -nx -q

@@ -4,7 +4,6 @@
 # are handled whole.
 host: on quit $TOKEN^exit
 host: on quit @exit 0
-<+ =thread-group-added,id="i1"
 >
 < (gdb)
 >    	
@@ -44,5 +43,4 @@ i1: 3-gdb-set \x01\xff\x00\x7f end\x0d
 i1: 13-gdb-set confirm off
 i1: 21quit
 log: From user: $
-log: sigIntPending cleared.
-log: sigIntPending cleared.
+2* log: sigIntPending cleared.

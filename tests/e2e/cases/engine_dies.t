@@ -1,7 +1,6 @@
 # An engine that dies mid-command: the command gets the internal error, the group is gone, later
 # commands get a clear error and the exit still answers.
 host: on -stack-info-depth @exit 0
-<+ =thread-group-added,id="i1"
 > 7-stack-info-depth
 < =thread-group-exited,id="i1"
 <+ 7^error,msg="Internal error"

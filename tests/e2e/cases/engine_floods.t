@@ -4,7 +4,6 @@ host: banner @flood 5000 =breakpoint-modified,bkpt={number="1"}
 host: on -gdb-set @flood 50000 &"flood line\n"
 host: on -gdb-set @flood 50000 ~"console flood\n"
 host: on -gdb-set $TOKEN^done
-<+ =thread-group-added,id="i1"
 quiet 200
 > 7-gdb-set a
 50000* < &"flood line\n"

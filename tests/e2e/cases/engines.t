@@ -25,7 +25,6 @@ card: on#1 -gdb-set =library-loaded,id="/lib/card.so",symbols-loaded="0"
 card: on#1 -gdb-set $TOKEN^done
 card: on#2 -gdb-set =thread-exited,id="1",group-id="i1"
 card: on#2 -gdb-set $TOKEN^done
-<+ =thread-group-added,id="i1"
 <+ =thread-group-added,id="i2"
 > 12-gdb-set width 0
 < =thread-group-started,id="i1",type="process",pid="100"

@@ -23,7 +23,6 @@ host: on#4 -gdb-set =thread-created,id="11",group-id="i1",pid="4242"
 host: on#4 -gdb-set $TOKEN^done
 host: on#5 -gdb-set =thread-created,id="12",pid="4242"
 host: on#5 -gdb-set $TOKEN^done
-<+ =thread-group-added,id="i1"
 >+ 0-gdb-set z => 0^done
 > 1-gdb-set a
 < =thread-group-started,id="i1",type="process",pid="4242"

@@ -1,4 +1,6 @@
-# Variable objects, data and register commands on one host engine, no card known.
+# Variable objects, data and register commands on one host engine, no card known; a log file
+# that cannot be created leaves the program working.
+env: WEM_LOG=$DIR/missing/wem.log
 host: on#1 -var-create $TOKEN^done,name="var0",numchild="2",value="{...}",type="struct point",thread-id="1"
 host: on#2 -var-create $TOKEN^error,msg="-var-create: unable to create variable object"
 host: on#3 -var-create $TOKEN^done,name="pt",numchild="2",value="{...}",type="struct point",thread-id="1"
@@ -7,7 +9,6 @@ host: on -var-delete $TOKEN^error,msg="Variable object not found"
 host: on -data-disassemble $TOKEN^done
 host: on -data-list-register-names $TOKEN^done,register-names=["rax","rbx"]
 host: on -data-list-register-values $TOKEN^done,register-values=[{number="7",value="0x7"}]
-<+ =thread-group-added,id="i1"
 # Automatic names count from var0; a refused create frees its name; names are unique.
 >+ 1-var-create - * pt => 1^done,name="var0",numchild="2",value="{...}",type="struct point",thread-id="1"
 >+ 2-var-create pt * nosuch => 2^error,msg="-var-create: unable to create variable object"

@@ -23,20 +23,15 @@ card: on#4 -exec-continue $TOKEN^error,msg="card refuses"
 card: on#5 -exec-continue $TOKEN^running
 card: on#5 -exec-continue @after 150 *stopped,reason="exited-normally"
 card: on SIGINT *stopped,reason="signal-received",thread-id="1"
-<+ =thread-group-added,id="i1"
 >+ 1-exec-continue => 1^error,msg="The program is not being run."
-> 2-exec-continue
-<running 2
+>running 2-exec-continue
 < 2*stopped,reason="breakpoint-hit",bkptno="1",frame={func="main"},thread-id="1"
-> 3-exec-continue
-<running 3
+>running 3-exec-continue
 < 3*stopped,reason="breakpoint-hit",bkptno="5",frame={func="kernel"},thread-id="3"
 >+ 4-stack-info-depth => 4^done
-> 5-exec-continue
-<running 5
+>running 5-exec-continue
 < 5*stopped,reason="breakpoint-hit",frame={func="main"},thread-id="1"
-> 6-exec-continue
-<running 6
+>running 6-exec-continue
 < 6*stopped,reason="exited-normally"
 i1: 1-exec-continue
 i1: 2-exec-continue

@@ -1,18 +1,18 @@
 # The offload breakpoint goes first and silently; the run is announced once; "-exec-interrupt"
 # and SIGINT both reach the running command, whose stop carries its token; an interrupt that
-# comes before the engine answered "^running" reaches it once it answers.
+# comes before the engine answered "^running" reaches it once it answers. A quit signal ends the
+# session at once, even while a command waits.
 host: on -break-insert $TOKEN^done,bkpt={number="1",type="breakpoint",pending="__zub_target_so_loaded"}
 host: on -exec-run $TOKEN^running
 host: on -exec-continue $TOKEN^running
 host: on#2 -exec-continue @after 300 $TOKEN^running
+host: on -stack-info-depth @after 5000 $TOKEN^done,depth="9"
+host: on -stack-info-depth @noprompt
 host: on SIGINT *stopped,reason="signal-received",signal-name="SIGINT",thread-id="1"
-<+ =thread-group-added,id="i1"
-> 1-exec-run
-<running 1
+>running 1-exec-run
 > -exec-interrupt
 < 1*stopped,reason="signal-received",signal-name="SIGINT",thread-id="1"
-> 2-exec-continue
-<running 2
+>running 2-exec-continue
 quiet 100
 ! SIGINT
 < 2*stopped,reason="signal-received",signal-name="SIGINT",thread-id="1"
@@ -21,6 +21,10 @@ quiet 100
 <running 3
 < 3*stopped,reason="signal-received",signal-name="SIGINT",thread-id="1"
 quiet 100
+> 6-stack-info-depth
+sleep 200
+! SIGQUIT
+end
 i1: -break-insert -f __zub_target_so_loaded
 i1: 1-exec-run
 i1: <SIGINT>
@@ -28,4 +32,7 @@ i1: 2-exec-continue
 i1: <SIGINT>
 i1: 3-exec-continue
 i1: <SIGINT>
+i1: 6-stack-info-depth
+i1: <SIGINT>
+i1: -gdb-exit
 log: muted: ^done,bkpt={number="1",type="breakpoint",pending="__zub_target_so_loaded"}

@@ -1,6 +1,7 @@
 # The program's output and console lines reach the user during a run, except console lines that
 # name the offload function; stops without a readable record are reported with reason "unknown",
-# the host's own exit as it came.
+# the host's own exit as it came. An engine that says "^running" twice ends the program after
+# what was due.
 host: on -exec-continue $TOKEN^running
 host: on -exec-continue ~"Breakpoint 2, __zub_target_so_loaded () at offload.c:10\n"
 host: on -exec-continue hello from the program
@@ -15,22 +16,21 @@ host: on#3 -exec-next $TOKEN^running
 host: on#3 -exec-next *stopped,thread-id={id="1"}
 host: on#4 -exec-next $TOKEN^running
 host: on#4 -exec-next *stopped,reason="exited-normally",exit-code="0"
-<+ =thread-group-added,id="i1"
-> 4-exec-continue
-<running 4
+2* host: on -exec-step $TOKEN^running
+>running 4-exec-continue
 < hello from the program
 < ~"Breakpoint 1, main () at prog.c:3\n"
 < &"a log line mentioning __zub_target_so_loaded\n"
 < 4*stopped,reason="breakpoint-hit",thread-id="1"
-> 1-exec-next
-<running 1
+>running 1-exec-next
 < 1*stopped,reason="unknown"
-> 2-exec-next
-<running 2
+>running 2-exec-next
 < 2*stopped,reason="unknown"
-> 3-exec-next
-<running 3
+>running 3-exec-next
 < 3*stopped,reason="unknown"
-> 5-exec-next
-<running 5
+>running 5-exec-next
 < 5*stopped,reason="exited-normally",exit-code="0"
+>running 6-exec-step
+end
+log: Unexpected result from i1.
+log: 'checkOutputOfZubs' failed.

@@ -22,19 +22,14 @@ card: on SIGINT @cancel
 card: on SIGINT *stopped,reason="signal-received",thread-id="1"
 card: on quit $TOKEN^exit
 card: on quit @exit 0
-<+ =thread-group-added,id="i1"
-> 1-exec-continue
-<running 1
+>running 1-exec-continue
 < 1*stopped,reason="breakpoint-hit",thread-id="1"
-> 2-exec-next --thread 1
-<running 2
+>running 2-exec-next --thread 1
 < 2*stopped,reason="end-stepping-range",thread-id="1"
-> 3-exec-step --thread 2
-<running 3
+>running 3-exec-step --thread 2
 < 3*stopped,reason="end-stepping-range",thread-id="2"
 >+ 4-exec-next --thread 42 => 4^error,msg="Invalid thread: 42"
-> 5-exec-continue --thread-group i1
-<running 5
+>running 5-exec-continue --thread-group i1
 < 5*stopped,reason="breakpoint-hit",thread-id="1"
 >+ 6-stack-info-depth => 6^done
 > quit

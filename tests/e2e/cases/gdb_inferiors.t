@@ -2,7 +2,6 @@
 # both list libraries; a sourced command evaluates in the stopped frame; i2 is removed.
 engine: gdb
 file: cmds.gdb 22-zub-cond-print --thread 1 x==1 "x is one" other
-<+ =thread-group-added,id="i1"
 >+ 1-file-exec-and-symbols $SAMPLE => 1^done
 >+ 2-add-inferior => =thread-group-added,id="i2"
 >+ 3-file-exec-and-symbols $SAMPLE => 3^done
@@ -12,8 +11,7 @@ file: cmds.gdb 22-zub-cond-print --thread 1 x==1 "x is one" other
 >+ 6-stack-info-depth --thread-group i1 => 6^error,msg="No registers."
 > 7info sharedlibrary
 <... ~"0x[0-9a-f]+ +0x[0-9a-f]+ +Yes .*libc\.so\.6\\n"
-<... 7\^done
-< (gdb)
+<...+ 7\^done
 >+ 8source $DIR/cmds.gdb => 22^done,zub-cond-msg=""x is one""
 < (gdb)
 <+ 8^done

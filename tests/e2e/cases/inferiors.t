@@ -4,7 +4,6 @@
 host: on /attach +77/ =thread-created,id="7",group-id="i1",pid="77"
 host: on /attach +77/ *stopped,reason="signal-received",thread-id="7"
 host: on /attach +77/ $TOKEN^done,thread-id="7"
-<+ =thread-group-added,id="i1"
 > 1-target-attach --thread-group i1 77
 < =thread-group-started,id="i1",type="process",pid="77"
 < =thread-created,id="1",group-id="i1",pid="77"

@@ -18,35 +18,29 @@ host: on#1 /__zub_target_so_pid/ $TOKEN^done,memory=[{addr="0x601044",data=[]}]
 host: on /__zub_target_so_pid/ $TOKEN^done,memory=[{addr="0x601044",data=["77"]}]
 host: on#1 -data-evaluate-expression $TOKEN^done,value="\"\""
 host: on -data-evaluate-expression $TOKEN^done,value="\"card.out\""
-<+ =thread-group-added,id="i1"
-> 1-exec-run
-<running 1
+>running 1-exec-run
 < ~"Attaching VEK process...\n"
 < ~"Failed to retrieve VEK card number.\n"
 < 1*stopped,reason="breakpoint-hit",frame={func="main"}
-> 2-exec-next
-<running 2
+>running 2-exec-next
 < ~"Attaching VEK process...\n"
 < ~"VEK card number is 0.\n"
 < ~"Failed to retrieve VEK pid.\n"
 < 2*stopped,reason="offload-start"
-> 3-exec-next
-<running 3
+>running 3-exec-next
 < ~"Attaching VEK process...\n"
 < ~"VEK card number is 0.\n"
 < ~"VEK Pid is 77.\n"
 < ~"Failed to retrieve VEK local file.\n"
 < 3*stopped,reason="offload-start"
-> 4-exec-next
-<running 4
+>running 4-exec-next
 < ~"Attaching VEK process...\n"
 < ~"VEK card number is 1.\n"
 < ~"VEK Pid is 77.\n"
 < ~"VEK local file is \"/tmp/ihk_procs/2/77/card.out\".\n"
 < ~"Failed to retrieve VEK card address.\n"
 < 4*stopped,reason="offload-start"
-> 5-exec-next
-<running 5
+>running 5-exec-next
 < ~"Attaching VEK process...\n"
 < ~"VEK card number is 0.\n"
 < ~"VEK Pid is 77.\n"

@@ -32,12 +32,10 @@ card: on -exec-continue @after 300 *stopped,reason="breakpoint-hit",frame={func=
 card: on -exec-next $TOKEN^running
 card: on -exec-next @after 100 *stopped,reason="exited-normally"
 card2: on attach $TOKEN^error,msg="ptrace: No such process."
-<+ =thread-group-added,id="i1"
 >+ 1-break-insert main => 1^done,bkpt={number="1",func="main"}
 >+ 2-break-insert kernel => 2^done,bkpt={number="2",func="kernel"}
 >+ 3-break-disable 2 => 3^done
-> 4-exec-run
-<running 4
+>running 4-exec-run
 < ~"Attaching VEK process...\n"
 < ~"VEK card number is 0.\n"
 < ~"VEK Pid is 4242.\n"
@@ -45,11 +43,9 @@ card2: on attach $TOKEN^error,msg="ptrace: No such process."
 < ~"VEK card address is \"127.0.1.1\".\n"
 < ~"VEK process is attached.\n"
 < 4*stopped,reason="breakpoint-hit",frame={func="main"},thread-id="2"
-> 5-exec-next
-<running 5
+>running 5-exec-next
 < 5*stopped,reason="offload-end"
-> 6-exec-next
-<running 6
+>running 6-exec-next
 < ~"Attaching VEK process...\n"
 < ~"VEK card number is 0.\n"
 < ~"VEK Pid is 4242.\n"
@@ -57,8 +53,7 @@ card2: on attach $TOKEN^error,msg="ptrace: No such process."
 < ~"VEK card address is \"127.0.1.1\".\n"
 < ~"Attach command failed.\n"
 < 6*stopped,reason="offload-start"
-> 7-exec-continue
-<running 7
+>running 7-exec-continue
 < 7*stopped,reason="exited-normally"
 i1: 1-break-insert main
 i1: 2-break-insert kernel

@@ -8,20 +8,15 @@ env: WEM_CARD_SERVER=$BUILD/bin/card-server
 env: ZUBC_VEK=$BUILD/bin/zub-gdb
 engine: zub-gdb
 args: --interpreter=mi $BUILD/bin/offload_host
-<+ =thread-group-added,id="i1"
 > 1-break-insert -f card_work
 < &"Function \"card_work\" not defined.\n"
-<~ 1\^done,bkpt=\{number="1",.*pending="card_work".*
-< (gdb)
-> 2-break-insert offload_host.c:61
-<~ 2\^done,bkpt=\{number="2",.*line="61".*
-< (gdb)
+<~+ 1\^done,bkpt=\{number="1",.*pending="card_work".*
+>~ 2-break-insert offload_host.c:61 => 2\^done,bkpt=\{number="2",.*line="61".*
 >+ 3-exec-args 2 => 3^done
 > 4-exec-run
 <... 4\*stopped,reason="breakpoint-hit",.*func="offload",.*thread-id="1".*
 >+ 5-break-delete 2 => 5^done
-> 6-exec-next
-<running 6
+>running 6-exec-next
 < *running,thread-id="all"
 < ~"Attaching VEK process...\n"
 < ~"VEK card number is 0.\n"
@@ -32,9 +27,7 @@ args: --interpreter=mi $BUILD/bin/offload_host
 < 6*stopped,reason="offload-start"
 > 7-exec-continue
 <... 7\*stopped,reason="breakpoint-hit",.*func="card_work",args=\[\{name="input",value="3"\}\].*thread-id="2".*
-> 8-stack-list-frames --thread 2
-<~ 8\^done,stack=\[frame=\{level="0",.*func="card_work".*\},frame=\{level="1",.*func="main",file="[^"]*offload_card.c".*\}\]
-< (gdb)
+>~ 8-stack-list-frames --thread 2 => 8\^done,stack=\[frame=\{level="0",.*func="card_work".*\},frame=\{level="1",.*func="main",file="[^"]*offload_card.c".*\}\]
 > 9-exec-continue
 <... ~"Attaching VEK process...\\n"
 <... ~"VEK process is attached.\\n"

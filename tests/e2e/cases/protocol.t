@@ -2,7 +2,8 @@
 # dropped and other streams, notifications and non-MI lines passed on unchanged; engine errors
 # pass on; unknown thread and group ids get fixed errors and never reach the engine, known group
 # options are stripped. Records that do not parse (open, too deep, raw bytes) are logged and
-# skipped, and a megabyte record passes whole.
+# skipped, and a megabyte record passes whole. The engine does not inherit the log file.
+host: on -gdb-set @ifopen $DIR/wem.log $TOKEN^error,msg="the log is inherited"
 host: on -gdb-set 99^done,stale="1"
 host: on -gdb-set $TOKEN^done,fresh="1"
 host: on -stack-info-depth ^done,depth="2"
@@ -20,7 +21,6 @@ host: on#3 -gdb-unset \x01\xff garbage
 host: on#3 -gdb-unset ^bogus,x="1"
 host: on#3 -gdb-unset $TOKEN^error
 host: on#4 -gdb-unset $TOKEN^done,big="{x*1048576}"
-<+ =thread-group-added,id="i1"
 >+ 5-gdb-set confirm off => 5^done,fresh="1"
 >+ 6-stack-info-depth => 6^done,depth="2"
 > 7-environment-pwd
@@ -37,8 +37,7 @@ host: on#4 -gdb-unset $TOKEN^done,big="{x*1048576}"
 >+ 9-list-features --thread-group i9 => 9^done,features=["frozen-varobjs","thread-info"]
 >+ 10-gdb-set --thread-group i1 confirm off => 10^done,fresh="1"
 4* > 11-gdb-unset v
-<+ 11^done
-<+ 11^done
+2* <+ 11^done
 < \x01\xff garbage
 < ^bogus,x="1"
 <+ 11^error

@@ -4,7 +4,6 @@ host: on -stack-info-depth @noprompt
 host: on SIGINT ^done,depth="3"
 host: on -gdb-set @sleep 800
 host: on -gdb-set $TOKEN^done
-<+ =thread-group-added,id="i1"
 > 4-stack-info-depth
 quiet 300
 ! SIGINT

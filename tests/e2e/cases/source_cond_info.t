@@ -16,7 +16,6 @@ file: odd 4-gdb-set \xff\x00
 file: odd \x00\c
 file: self source $DIR/self
 file: empty \c
-<+ =thread-group-added,id="i1"
 >+ 10source $DIR/outer.cmd => 1^done,zub-cond-msg="no"
 <+ 2^done,zub-cond-msg=""it is""
 < (gdb)

@@ -1,11 +1,11 @@
 # The host engine is announced as group i1 with a prompt (its banner is not shown) and gets the
 # program's whole argument vector; any spelling that selects an MI interpreter is accepted. While
 # idle, an interrupt is only logged and a terminate request ends the session, the engine
-# interrupted and asked to exit. A last line without a line end never runs; the end of input
-# leaves the session idle.
+# interrupted and asked to exit (this one ignores both: it is killed after a grace period). A
+# last line without a line end never runs; the end of input leaves the session idle.
 host: banner ~"engine banner is not shown"
+host: on -gdb-exit @noprompt
 args: --interpreter mi -x=1 -i=console
-<+ =thread-group-added,id="i1"
 ! SIGINT
 quiet 300
 > 3-gdb-set a

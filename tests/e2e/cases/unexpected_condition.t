@@ -5,7 +5,6 @@ host: on -gdb-set ~"Further details.\n"
 host: on -gdb-set &"more\n"
 host: on -gdb-set @prompt
 host: on -gdb-set ~"after the prompt: not shown\n"
-<+ =thread-group-added,id="i1"
 > 4-gdb-set a
 < ~"This is an unexpected condition and may indicate the presence of a defect.\n"
 < ~"Further details.\n"

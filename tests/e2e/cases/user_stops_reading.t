@@ -2,7 +2,6 @@
 # request still ends the session, and the engine with it.
 host: on -gdb-set @flood 300000 &"flood line\n"
 host: on -gdb-set $TOKEN^done
-<+ =thread-group-added,id="i1"
 > 8-gdb-set b
 sleep 500
 ! SIGTERM

@@ -1,33 +1,35 @@
 # Stock gdb through zub-gdb as the host engine. Its thread-created events carry the group's pid,
-# so the user sees the group start; the program writes on a terminal of its own, so its lines come
-# as target-stream records, and a prompt without a line end ("Enter value: ") cannot glue itself
-# to the next record; "-exec-args" reaches gdb; a SIGINT still interrupts the program.
+# so the user sees the group start. Console execution commands, abbreviated or not, run as
+# execution commands (one "^running", a stop with the token, the next command unhindered);
+# "-exec-return" answers with the frame it returned to. The program writes on a terminal of its
+# own, so its lines come as target-stream records, and a prompt without a line end ("Enter value:
+# ") cannot glue itself to the next record; "-exec-args" reaches gdb; a SIGINT still interrupts
+# the program; "quit" ends gdb without a record, and its end finishes the exit.
 engine: zub-gdb
 args: --interpreter=mi $SAMPLE
-< =thread-group-added,id="i1"
-< (gdb)
-> 1-break-insert sum_of_squares
-<... 1\^done,bkpt=\{number="1",.*func="sum_of_squares".*
-< (gdb)
-> 2-exec-run
+>... 1-break-insert sum_of_squares => 1\^done,bkpt=\{number="1",.*func="sum_of_squares".*
+> 2-interpreter-exec console "r"
 <... =thread-group-started,id="i1",type="process",pid="\d+"
 <~ =thread-created,id="1",group-id="i1",pid="\d+"
-<... 2\*stopped,reason="breakpoint-hit",.*bkptno="1".*thread-id="1".*
-> 3-break-delete 1
-< 3^done
-< (gdb)
-> 4-exec-continue
-<... @"round 2: 49\\n"
-<... 4\*stopped,reason="exited-normally"
+<... 2\*stopped,reason="breakpoint-hit",.*bkptno="1".*args=\[\{name="count",value="2"\}\].*thread-id="1".*
+>running 3-interpreter-exec console "n"
+<... 3\*stopped,reason="end-stepping-range",.*
+>~ 4-exec-return => 4\^done,frame=\{level="0",.*func="main".*\}
+>running 5-interpreter-exec console "continue"
+<... 5\*stopped,reason="breakpoint-hit",.*func="sum_of_squares",args=\[\{name="count",value="3"\}\].*
+>+ 6-break-delete 1 => 6^done
+> 7-exec-continue
+<... @"round 2: -?\d+\\n"
+<... 7\*stopped,reason="exited-normally"
 # A shell as the program: it prompts, then waits for input that never comes.
-> 5-file-exec-and-symbols /bin/sh
-<... 5\^done
-> 6-exec-args -c "printf 'Enter value: '; read x"
-<... 6\^done
-> 7-exec-run
+> 8-file-exec-and-symbols /bin/sh
+<... 8\^done
+> 9-exec-args -c "printf 'Enter value: '; read x"
+<... 9\^done
+> 10-exec-run
 <... @"Enter value: "
 ! SIGINT
-<... 7\*stopped,reason="signal-received",signal-name="SIGINT".*
-> 8-gdb-exit
-<... 8\^exit
+<... 10\*stopped,reason="signal-received",signal-name="SIGINT".*
+> quit
+<... \^exit
 end

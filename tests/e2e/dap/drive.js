@@ -34,16 +34,10 @@ adapter.stderr.on('data', (d) => (stderrText += d));
 const seen = new Map();
 // Each of these may race with the process's end: a process gone reads as empty and ignores kill.
 function readProc(pid, file) {
-  try {
-    return fs.readFileSync(`/proc/${pid}/${file}`, 'utf8');
-  } catch {
-    return '';
-  }
+  try { return fs.readFileSync(`/proc/${pid}/${file}`, 'utf8'); } catch { return ''; }
 }
 function signal(pid, sig) {
-  try {
-    process.kill(pid, sig);
-  } catch {}
+  try { process.kill(pid, sig); } catch {}
 }
 function procStat(pid) {
   const s = readProc(pid, 'stat');
@@ -67,6 +61,7 @@ const alive = () => [...seen.keys()].filter((pid) => {
   const st = procStat(pid);
   return st && st.start === seen.get(pid) && !st.zombie;
 });
+const sleep = (ms) => new Promise((res) => setTimeout(res, ms));
 const treeTimer = setInterval(watchTree, 200);
 
 // DAP framing: "Content-Length: N\r\n\r\n" and N bytes of JSON.
@@ -195,7 +190,7 @@ async function session() {
   await request('disconnect', {});
   adapter.stdin.end();
   stepName = 'every process ends';
-  for (let t = 0; t < 50 && alive().length; t++) await new Promise((res) => setTimeout(res, 200));
+  for (let t = 0; t < 50 && alive().length; t++) await sleep(200);
   check(!alive().length, 'the adapter, the debugger and its engines end within 10 s',
         alive().map((pid) => `${pid} ${readProc(pid, 'comm').trim()}`));
 }
@@ -205,7 +200,7 @@ async function cleanup() {
   clearInterval(treeTimer);
   for (const sig of ['SIGTERM', 'SIGKILL']) {
     for (const pid of alive()) signal(pid, sig);
-    for (let t = 0; t < 30 && alive().length; t++) await new Promise((res) => setTimeout(res, 100));
+    for (let t = 0; t < 30 && alive().length; t++) await sleep(100);
   }
 }
 
@@ -224,9 +219,7 @@ Promise.race([session(), late]).then(
     await cleanup();
     console.log(`dap ${scenarioName}: FAILED at "${stepName}": ${err.message}`);
     if (stderrText) console.log(`adapter stderr:\n${stderrText}`);
-    try {
-      const lines = fs.readFileSync(logFile, 'utf8').trimEnd().split('\n');
-      console.log(`last lines of ${logFile}:\n${lines.slice(-40).join('\n')}`);
-    } catch {}
+    const log = fs.existsSync(logFile) ? fs.readFileSync(logFile, 'utf8').trimEnd() : '';
+    console.log(`last lines of ${logFile}:\n${log.split('\n').slice(-40).join('\n')}`);
     process.exit(1);
   });

@@ -17,10 +17,7 @@ bin=$build/bin
 npm_dir=$build/npm
 adapter=$npm_dir/node_modules/cdt-gdb-adapter/dist/debugAdapter.js
 
-skip() {
-  echo "SKIPPED: $*"
-  exit 77
-}
+skip() { echo "SKIPPED: $*"; exit 77; }
 command -v node >/dev/null || skip "node is not installed (apt-get install nodejs)"
 if [ "$mode" = install ]; then
   [ ! -f "$adapter" ] || exit 0
@@ -34,11 +31,10 @@ if [ "$mode" = install ]; then
   exit 0
 fi
 [ -f "$adapter" ] || skip "cdt-gdb-adapter is not installed (see $npm_dir/install.log)"
-mkdir -p "$build/dap"
+mkdir -p "$build/dap" && cd "$build/dap" || exit 1
 log=$build/dap/$mode.log
 rm -f "$log"
 drive="$src/tests/e2e/dap/drive.js $adapter"
-cd "$build/dap" || exit 1
 case $mode in
   gdb) exec node $drive gdb "$bin/sample" host "$log" ;;
   host) exec node $drive "$bin/wem" "$bin/sample" host "$log" WEM_COMPAT=gdb ZUBC_HOST=gdb ;;
