@@ -47,6 +47,7 @@ void IOModule::start() {
   if (started) return;
   started = true;
   ended = false;
+  outputBlocks = (fcntl(fileno(output), F_GETFL) & O_NONBLOCK) == 0;
   if (stopFd >= 0) close(stopFd);
   stopFd = eventfd(0, EFD_CLOEXEC);
   // The threads inherit this mask: the user's signals must interrupt the main thread, never
@@ -95,7 +96,7 @@ void IOModule::writeNow(std::vector<std::string>& batch) {
     std::string text;
     for (const std::string& item : batch) text += item;
     batch.clear();
-    const bool blocking = (fcntl(fd, F_GETFL) & O_NONBLOCK) == 0;
+    const bool blocking = outputBlocks;
     std::size_t done = 0;
     while (done < text.size()) {
       if (blocking) {
@@ -164,7 +165,7 @@ void* IOModule::runWriter(void* module) {
   const int fd = fileno(self->output);
   // A write to a descriptor that blocks could hang for good once the reader at the other end
   // stops reading; after poll says "writable", a pipe takes PIPE_BUF bytes without blocking.
-  const bool blocking = (fcntl(fd, F_GETFL) & O_NONBLOCK) == 0;
+  const bool blocking = self->outputBlocks;
   std::string pending;
   for (;;) {
     self->writing = false;

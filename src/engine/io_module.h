@@ -66,5 +66,6 @@ class IOModule {
   pthread_t reader{};
   pthread_t writer{};
   int stopFd = -1;                   // readable once stop() has begun
+  bool outputBlocks = false;         // writes to `output` may block (read at start())
   std::atomic<bool> writing{false};  // the writer holds text it has not written yet
 };

@@ -74,6 +74,7 @@ bool readCardAddress(std::ostream& log, const ShellCommand& shell, const std::st
 
 bool MiSession::system(const std::string& command, std::stringstream& output) {
   LOG_AT(ctrl) << "Executing command: " << command;
+  ctrl.flushUserOutput();  // what the user was told so far goes out before the shell's wait
   std::unique_ptr<FILE, PipeCloser> pipe(popen(command.c_str(), "r"));
   if (!pipe) {
     LOG_AT(ctrl) << "Command failed.";
