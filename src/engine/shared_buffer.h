@@ -79,19 +79,6 @@ class SharedBuffer {
     return true;
   }
 
-  // put() for a producer that must be able to give up: while the buffer is full, `giveUp()` is
-  // asked every 10 milliseconds, and when it says so the item is dropped and false returned.
-  template <typename GiveUp>
-  bool putUnless(T item, GiveUp giveUp) {
-    Lock lock(mutex);
-    while (!closed && items.size() >= capacity) {
-      if (giveUp()) return false;
-      waitNotFullFor10Ms();
-    }
-    append(std::move(item));
-    return true;
-  }
-
   // Waits while the buffer is empty; false, with `item` untouched, once it is closed.
   // A consumer that calls it again has finished with the item it took before (see runIfIdle).
   bool take(T& item) {

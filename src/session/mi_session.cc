@@ -98,7 +98,7 @@ void MiSession::serve() {
     if (commandQueue.empty()) {
       IdleOutputCmd idle;
       if (!gdbCompatible())
-        checkEndedZubs(nullptr);
+        checkEndedZubs();
       else if (!checkOutputOfZubs(idle))
         return;
       // gdb ends at the end of its input; a client that died leaves nobody else to end engines.
@@ -109,7 +109,7 @@ void MiSession::serve() {
       // Every engine has ended: nothing can carry the command out.
       ctrl.sendToUser(commandQueue.front()->cmdId() +
                       "^error,msg=\"No debugger engine is left: every engine has ended.\"\n");
-      ctrl.sendToUser("(gdb)\n");
+      ctrl.sendToUser(kPrompt);
       commandQueue.pop_front();
     } else {
       // Our own reference keeps the command alive while lines queued meanwhile grow the queue.
@@ -203,7 +203,7 @@ bool MiSession::checkOutputOfZubs(MiCmd& cmd) {
   return true;
 }
 
-bool MiSession::checkEndedZubs(MiCmd* cmd) {
+void MiSession::checkEndedZubs() {
   std::set<std::string> ids;
   ctrl.getZubIds(ids);
   for (const std::string& zubId : ids) {
@@ -216,15 +216,11 @@ bool MiSession::checkEndedZubs(MiCmd* cmd) {
       if (matchGdbPrompt(line)) continue;
       if (matchMiEvent(line, eventClass))
         handleMiEvent(zubId, line, eventClass);
-      else if (cmd == nullptr)
+      else
         LOG_AT(ctrl) << "No command for the last output of " << zubId << ".";
-      else if (!cmd->handleResponse(*this, zubId, line))
-        return false;
     }
     handleZubEnded(zubId);
-    if (cmd != nullptr) cmd->zubEnded(*this, zubId);
   }
-  return true;
 }
 
 void MiSession::handleZubEnded(const std::string& zubId) {

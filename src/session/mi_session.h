@@ -51,11 +51,10 @@ class MiSession {
   // to `cmd`. False (fatal) on an engine's unexpected condition or a line `cmd` rejects.
   bool checkOutputOfZubs(MiCmd& cmd);
   void clearSigInt();
-  // An engine whose output has ended: its last lines are routed (to `cmd`, or, with none, events
-  // only), then it is reaped and its group is gone ("=thread-group-exited" for host engines),
-  // and `cmd` learns that it will not answer. With `cmd` null only engines found ended are
-  // handled; false when `cmd` rejected one of the last lines.
-  bool checkEndedZubs(MiCmd* cmd);
+  // While no command runs: each engine whose output has ended has its last notifications
+  // handled (anything else is only logged), then it is reaped and its group is gone
+  // ("=thread-group-exited" for host engines).
+  void checkEndedZubs();
   void handleZubEnded(const std::string& zubId);
   // Hands the three handled notification classes to their handlers; any other is dropped. In
   // gdb's mode the breakpoint notifications are handled too.
