@@ -2,9 +2,9 @@
 # so the user sees the group start. Console execution commands, abbreviated or not, run as
 # execution commands (one "^running", a stop with the token, the next command unhindered);
 # "-exec-return" answers with the frame it returned to. The program writes on a terminal of its
-# own, so its lines come as target-stream records, and a prompt without a line end ("Enter value:
-# ") cannot glue itself to the next record; "-exec-args" reaches gdb; a SIGINT still interrupts
-# the program; "quit" ends gdb without a record, and its end finishes the exit.
+# own: its lines come as target-stream records at any point of a run (even before "^running"),
+# and a prompt without a line end ("Enter value: ") cannot glue itself to the next record;
+# "-exec-args" reaches gdb; a SIGINT interrupts the program; "quit" ends gdb without a record.
 engine: zub-gdb
 args: --interpreter=mi $SAMPLE
 >... 1-break-insert sum_of_squares => 1\^done,bkpt=\{number="1",.*func="sum_of_squares".*
@@ -15,7 +15,6 @@ args: --interpreter=mi $SAMPLE
 >running 3-interpreter-exec console "n"
 <... 3\*stopped,reason="end-stepping-range",.*
 >~ 4-exec-return => 4\^done,frame=\{level="0",.*func="main".*\}
-# The program prints while it continues, so its line may come before or after the "^running".
 > 5-interpreter-exec console "continue"
 <... 5\^running
 <... 5\*stopped,reason="breakpoint-hit",.*func="sum_of_squares",args=\[\{name="count",value="3"\}\].*
