@@ -1,6 +1,6 @@
 # "--thread" steps the thread's engine in that engine's numbering while the others continue; an
-# unknown thread is refused before any engine hears of it; "--thread-group i1" goes to every
-# engine of the host program and makes the host current; quit removes both engines.
+# unknown thread ("02" is not "2") is refused before any engine hears of it; "--thread-group i1"
+# goes to every engine of the host program and makes the host current; quit removes both engines.
 in-process
 cards: 0=127.0.1.1
 spawn: vek 0 127.0.1.1
@@ -28,7 +28,7 @@ card: on quit @exit 0
 < 2*stopped,reason="end-stepping-range",thread-id="1"
 >running 3-exec-step --thread 2
 < 3*stopped,reason="end-stepping-range",thread-id="2"
->+ 4-exec-next --thread 42 => 4^error,msg="Invalid thread: 42"
+>+ 4-exec-next --thread 02 => 4^error,msg="Invalid thread: 02"
 >running 5-exec-continue --thread-group i1
 < 5*stopped,reason="breakpoint-hit",thread-id="1"
 >+ 6-stack-info-depth => 6^done
