@@ -13,7 +13,6 @@ const path = require('path');
 
 const [adapterJs, debuggerPath, program, scenarioName, logFile, ...envPairs] =
     process.argv.slice(2);
-const examples = path.resolve(__dirname, '../../../examples');
 // Where each program stops, what its frame holds on the first and second hit, where a step goes.
 const scenarios = {
   host: {file: 'sample.c', line: 29, func: 'main', locals: ['total', 'round'],
@@ -22,7 +21,7 @@ const scenarios = {
          expr: 'i * i', values: ['1', '4'], stepLine: 11},
 };
 const sc = scenarios[scenarioName];
-const source = path.join(examples, sc.file);
+const source = path.resolve(__dirname, '../../../examples', sc.file);
 const kWaitMs = 30000;
 let stepName = 'start';
 
@@ -98,11 +97,11 @@ adapter.stdout.on('data', (chunk) => {
 function check(ok, what, got) {
   if (!ok) throw new Error(`${what}; got ${JSON.stringify(got)}`);
 }
-function deadline(promise, what) {
+// Fails with "no WHAT" after `ms`.
+function deadline(promise, what, ms = kWaitMs) {
   let timer;
-  const late = new Promise((_, reject) => {
-    timer = setTimeout(() => reject(new Error(`no ${what} within ${kWaitMs / 1000} s`)), kWaitMs);
-  });
+  const late = new Promise((_, reject) =>
+    (timer = setTimeout(() => reject(new Error(`no ${what} within ${ms / 1000} s`)), ms)));
   return Promise.race([promise, late]).finally(() => clearTimeout(timer));
 }
 async function request(command, args = {}) {
@@ -205,10 +204,7 @@ async function cleanup() {
 }
 
 // The whole session is bounded too: a run that answers slowly at every step still ends.
-const kSessionMs = 100000;
-const late = new Promise((_, reject) => setTimeout(
-    () => reject(new Error(`the session took more than ${kSessionMs / 1000} s`)), kSessionMs));
-Promise.race([session(), late]).then(
+deadline(session(), 'end of the session', 100000).then(
   async () => {
     await cleanup();
     console.log(`dap ${scenarioName}: every step passed (${debuggerPath})`);
