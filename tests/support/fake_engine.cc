@@ -16,14 +16,14 @@
 // KEY is the command word after the token ("-exec-run"), a POSIX extended regular expression
 // searched in the line ("/^[0-9]*-break-insert .*main/", ending at a "/" before a blank),
 // SIGINT, or EOF (answered once; the engine then lives on without input). Every key that
-// matches a line counts it; the first with an answer for its count answers. STEP is a line of
-// text ("$TOKEN": the line's leading digits) or: @prompt,
-// @noprompt (no "(gdb)" after this answer), @sleep MS, @after MS STEP (STEP later, while input
-// is still served), @cancel (drop what @after scheduled), @exit STATUS (KILL: killed by its pid),
-// @flood N TEXT (N copies of the line), @text TEXT (a line that begins with "@"), @ifopen PATH STEP
-// (STEP only while one of our descriptors is open on PATH). Every answer ends with "(gdb)" unless
-// it says @noprompt or exits. A line no key answers gets "$TOKEN^done", but "-gdb-exit" is answered
-// "$TOKEN^exit" and ends the engine; so does EOF without a key.
+// matches a line counts it; the first with an answer for its count answers. " ;; " separates
+// several steps of one line. A STEP is a line of text ("$TOKEN": the line's leading digits) or:
+// @prompt, @noprompt (no "(gdb)" after this answer), @sleep MS, @after MS STEP (STEP later, while
+// input is still served), @cancel (drop what @after scheduled), @exit STATUS (KILL: killed by its
+// pid), @flood N TEXT (N copies of the line), @text TEXT (a line that begins with "@"), @ifopen
+// PATH STEP (STEP only while one of our descriptors is open on PATH). Every answer ends with
+// "(gdb)" unless it says @noprompt or exits. A line no key answers gets "$TOKEN^done", but
+// "-gdb-exit" is answered "$TOKEN^exit" and ends the engine; so does EOF without a key.
 
 #include <fcntl.h>
 #include <poll.h>
@@ -144,6 +144,8 @@ void load(const std::string& path) {
     } else {
       die(path + ": unknown directive " + verb);
     }
+    for (size_t at; (at = rest.find(" ;; ")) != std::string::npos; rest.erase(0, at + 4))
+      answer->push_back(rest.substr(0, at));
     if (!rest.empty()) answer->push_back(rest);
   }
 }

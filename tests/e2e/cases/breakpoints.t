@@ -12,8 +12,7 @@ host: on /-break-insert .*nobkpt/ $TOKEN^done
 host: on /-break-insert .*dup/ $TOKEN^done,bkpt={number="1",func="dup"}
 host: on /-break-insert .*nowhere/ $TOKEN^error,msg="Function \"nowhere\" not defined."
 host: on -break-delete $TOKEN^error,msg="No breakpoint number 4."
-host: on -exec-run $TOKEN^running
-host: on -exec-run @after 300 *stopped,reason="breakpoint-hit",thread-id="1"
+host: on -exec-run $TOKEN^running ;; @after 300 *stopped,reason="breakpoint-hit",thread-id="1"
 card: on /-break-insert .*main/ $TOKEN^done,bkpt={number="5",type="breakpoint",func="main",on="card"}
 card: on /-break-insert .*tick/ $TOKEN^done,bkpt={number="6",type="breakpoint",func="tick",on="card"}
 card: on /-break-insert .*__zub_target_so_loaded/ $TOKEN^done,bkpt={number="7",on="card"}

@@ -7,8 +7,7 @@ env: WEM_COMPAT=gdb
 spawn: i
 host: on -break-insert $TOKEN^done,bkpt={number="4",times="0"}
 host: on -break-list $TOKEN^done,BreakpointTable={nr_rows="2",hdr=[],body=[bkpt={number="4",times="1"},{number="4.1"},bkpt={number="9",times="0"}]}
-host2: on -break-insert =thread-created,id="7",group-id="i1",pid="200"
-host2: on -break-insert $TOKEN^done,bkpt={number="5",times="0"}
+host2: on -break-insert =thread-created,id="7",group-id="i1",pid="200" ;; $TOKEN^done,bkpt={number="5",times="0"}
 host2: on -break-list $TOKEN^done,BreakpointTable={nr_rows="1",hdr=[],body=[bkpt={number="5",times="2"}]}
 host2: on -thread-select $TOKEN^done,new-thread-id="7",frame={level="0"}
 host2: on -break-watch $TOKEN^done,wpt={number="6",exp="x"}

@@ -7,19 +7,15 @@ env: WEM_COMPAT=gdb
 cards: 0=127.0.1.1
 spawn: vek 0 127.0.1.1
 host: on -thread-info $TOKEN^done,threads=[{id="1",target-id="host"}],current-thread-id="1"
-card: on -thread-info @sleep 200
-card: on -thread-info $TOKEN^done,threads=[{id="1",target-id="card"}],current-thread-id="1"
+card: on -thread-info @sleep 200 ;; $TOKEN^done,threads=[{id="1",target-id="card"}],current-thread-id="1"
 host: on -var-update $TOKEN^done,changelist=[{name="var1",in_scope="true"}]
 card: on -var-update $TOKEN^done,changelist=[{name="var2",in_scope="true"}]
 host: on -break-insert $TOKEN^done,bkpt={number="1",type="breakpoint"}
 card: on -break-insert $TOKEN^done,bkpt={number="5",type="breakpoint"}
 host: on -exec-continue $TOKEN^running
-card: on -exec-continue $TOKEN^running
-card: on -exec-continue @after 100 =breakpoint-modified,bkpt={number="5",times="1"}
-card: on -exec-continue @after 100 *stopped,reason="breakpoint-hit",bkptno="5",thread-id="1"
+card: on -exec-continue $TOKEN^running ;; @after 100 =breakpoint-modified,bkpt={number="5",times="1"} ;; @after 100 *stopped,reason="breakpoint-hit",bkptno="5",thread-id="1"
 host: on SIGINT *stopped,reason="signal-received",thread-id="1"
-host: on -interpreter-exec =breakpoint-created,bkpt={number="7",type="breakpoint"},{number="7.1"}
-host: on -interpreter-exec $TOKEN^done
+host: on -interpreter-exec =breakpoint-created,bkpt={number="7",type="breakpoint"},{number="7.1"} ;; $TOKEN^done
 >+ 1-thread-info => 1^done,threads=[{id="1",target-id="host"},{id="2",target-id="card"}],current-thread-id="1"
 >+ 2-var-update --all-values * => 2^done,changelist=[{name="var1",in_scope="true"},{name="var2",in_scope="true"}]
 >+ 3-break-insert kernel => 3^done,bkpt={number="1",type="breakpoint"}

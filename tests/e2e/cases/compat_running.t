@@ -2,12 +2,9 @@
 # running is a command to every engine; output that comes while no command runs reaches the user
 # at once, stops in the user's numbering; "-gdb-exit" while the program runs ends everything.
 env: WEM_COMPAT=gdb
-host: on#1 -exec-continue $TOKEN^running
-host: on#1 -exec-continue @after 100 =thread-created,id="4",group-id="i1",pid="9"
+host: on#1 -exec-continue $TOKEN^running ;; @after 100 =thread-created,id="4",group-id="i1",pid="9"
 host: on SIGINT *stopped,reason="signal-received",thread-id="4"
-host: on -exec-interrupt $TOKEN^error,msg="The program is not being run."
-host: on -exec-interrupt @after 100 ~"late\n"
-host: on -exec-interrupt @after 100 *stopped,reason="breakpoint-hit",bkptno="3",thread-id="4"
+host: on -exec-interrupt $TOKEN^error,msg="The program is not being run." ;; @after 100 ~"late\n" ;; @after 100 *stopped,reason="breakpoint-hit",bkptno="3",thread-id="4"
 host: on#2 -exec-continue $TOKEN^running
 >running 1-exec-continue
 < =thread-group-started,id="i1",type="process",pid="9"

@@ -2,8 +2,7 @@
 # with their token, and never reach the engine; "-exec-interrupt" answers nothing; "quit" ends
 # the session like "-gdb-exit" and the engine is told "quit" too. Megabyte lines and raw bytes
 # are handled whole.
-host: on quit $TOKEN^exit
-host: on quit @exit 0
+host: on quit $TOKEN^exit ;; @exit 0
 >
 < (gdb)
 >    	

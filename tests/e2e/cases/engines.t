@@ -7,24 +7,15 @@ in-process
 cards: 3=127.0.1.7
 spawn: i
 spawn: vek 3 127.0.1.7
-host: on#1 -gdb-set =thread-created,id="1",group-id="i1",pid="100"
-host: on#1 -gdb-set $TOKEN^done,engine="one"
-host: on -gdb-set @sleep 300
-host: on -gdb-set $TOKEN^done,engine="one"
+host: on#1 -gdb-set =thread-created,id="1",group-id="i1",pid="100" ;; $TOKEN^done,engine="one"
+host: on -gdb-set @sleep 300 ;; $TOKEN^done,engine="one"
 host: on -set-serialize-execution $TOKEN^done,engine="one"
-host2: on#1 -gdb-set @sleep 300
-host2: on#1 -gdb-set =thread-created,id="1",group-id="i1",pid="200"
-host2: on#1 -gdb-set =thread-created,id="2",group-id="i1",pid="200"
-host2: on#1 -gdb-set $TOKEN^error,msg="two"
+host2: on#1 -gdb-set @sleep 300 ;; =thread-created,id="1",group-id="i1",pid="200" ;; =thread-created,id="2",group-id="i1",pid="200" ;; $TOKEN^error,msg="two"
 host2: on -gdb-set $TOKEN^error,msg="two"
 host2: on -set-serialize-execution $TOKEN^error,msg="two"
 host2: on -stack-info-depth $TOKEN^done,depth="4"
-card: on#1 -gdb-set @sleep 600
-card: on#1 -gdb-set =thread-created,id="1",group-id="i1",pid="555"
-card: on#1 -gdb-set =library-loaded,id="/lib/card.so",symbols-loaded="0"
-card: on#1 -gdb-set $TOKEN^done
-card: on#2 -gdb-set =thread-exited,id="1",group-id="i1"
-card: on#2 -gdb-set $TOKEN^done
+card: on#1 -gdb-set @sleep 600 ;; =thread-created,id="1",group-id="i1",pid="555" ;; =library-loaded,id="/lib/card.so",symbols-loaded="0" ;; $TOKEN^done
+card: on#2 -gdb-set =thread-exited,id="1",group-id="i1" ;; $TOKEN^done
 <+ =thread-group-added,id="i2"
 > 12-gdb-set width 0
 < =thread-group-started,id="i1",type="process",pid="100"

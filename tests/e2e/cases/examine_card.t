@@ -3,8 +3,7 @@
 in-process
 cards: 0=127.0.1.10
 spawn: vek 0 127.0.1.10
-host: on#1 -gdb-set =thread-created,id="1",group-id="i1",pid="42"
-host: on#1 -gdb-set $TOKEN^done
+host: on#1 -gdb-set =thread-created,id="1",group-id="i1",pid="42" ;; $TOKEN^done
 host: on#1 -thread-info $TOKEN^done,threads=[{id="1",state="stopped"},{id="5"},"junk",{name="x"}]
 host: on#2 -thread-info $TOKEN^done,threads=[{id="1",core="3"}]
 host: on#3 -thread-info $TOKEN^error,msg="no thread"
@@ -13,8 +12,7 @@ host: on#2 -list-thread-groups $TOKEN^done,count="0"
 host: on -data-list-register-names $TOKEN^done,register-names=["rax","rbx",{},"rcx","rdx","","rip","xmm0"]
 host: on#3 -data-list-register-names $TOKEN^done,names=[]
 host: on -data-list-register-values $TOKEN^done,register-values=[{number="1",value="0xb"},{number="0",value="0xa"},{number="44"},"bad",{value="1"}]
-card: on#1 -gdb-set =thread-created,id="1",group-id="vek1",pid="7"
-card: on#1 -gdb-set $TOKEN^done
+card: on#1 -gdb-set =thread-created,id="1",group-id="vek1",pid="7" ;; $TOKEN^done
 card: on#1 -thread-info $TOKEN^done,threads=[{id="1",state="stopped"}]
 card: on#2 -thread-info $TOKEN^done,threads=[{id="1"}]
 card: on#1 -list-thread-groups $TOKEN^done,groups=[{id="i1",type="process",pid="7"}]

@@ -6,22 +6,16 @@ in-process
 cards: 0=127.0.1.1
 spawn: vek 0 127.0.1.1
 host: on#1 -exec-continue $TOKEN^error,msg="The program is not being run."
-host: on#2 -exec-continue $TOKEN^running
-host: on#2 -exec-continue @after 300 *stopped,reason="breakpoint-hit",bkptno="1",frame={func="main"},thread-id="1"
+host: on#2 -exec-continue $TOKEN^running ;; @after 300 *stopped,reason="breakpoint-hit",bkptno="1",frame={func="main"},thread-id="1"
 host: on#3 -exec-continue $TOKEN^running
-host: on#4 -exec-continue $TOKEN^running
-host: on#4 -exec-continue @after 300 *stopped,reason="breakpoint-hit",frame={func="main"},thread-id="1"
-host: on#5 -exec-continue $TOKEN^running
-host: on#5 -exec-continue @after 1000 *stopped,reason="exited-normally"
-host: on SIGINT @cancel
-host: on SIGINT *stopped,reason="signal-received",thread-id="1"
+host: on#4 -exec-continue $TOKEN^running ;; @after 300 *stopped,reason="breakpoint-hit",frame={func="main"},thread-id="1"
+host: on#5 -exec-continue $TOKEN^running ;; @after 1000 *stopped,reason="exited-normally"
+host: on SIGINT @cancel ;; *stopped,reason="signal-received",thread-id="1"
 card: on#1 -exec-continue $TOKEN^error,msg="card refuses"
 card: on#2 -exec-continue $TOKEN^running
-card: on#3 -exec-continue $TOKEN^running
-card: on#3 -exec-continue @after 300 *stopped,reason="breakpoint-hit",bkptno="5",frame={func="kernel"},thread-id="3"
+card: on#3 -exec-continue $TOKEN^running ;; @after 300 *stopped,reason="breakpoint-hit",bkptno="5",frame={func="kernel"},thread-id="3"
 card: on#4 -exec-continue $TOKEN^error,msg="card refuses"
-card: on#5 -exec-continue $TOKEN^running
-card: on#5 -exec-continue @after 150 *stopped,reason="exited-normally"
+card: on#5 -exec-continue $TOKEN^running ;; @after 150 *stopped,reason="exited-normally"
 card: on SIGINT *stopped,reason="signal-received",thread-id="1"
 >+ 1-exec-continue => 1^error,msg="The program is not being run."
 >running 2-exec-continue

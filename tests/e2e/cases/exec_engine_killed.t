@@ -8,12 +8,10 @@ spawn: vek 0 127.0.1.1
 host: banner =thread-created,id="1",group-id="i1",pid="100"
 card: banner =thread-created,id="1",group-id="i1",pid="200"
 host: on -exec-continue $TOKEN^running
-host: on#1 -exec-continue $TOKEN^running
-host: on#1 -exec-continue @after 100 *stopped,reason="breakpoint-hit",bkptno="1",thread-id="1"
+host: on#1 -exec-continue $TOKEN^running ;; @after 100 *stopped,reason="breakpoint-hit",bkptno="1",thread-id="1"
 host: on SIGINT *stopped,reason="signal-received",signal-name="SIGINT",thread-id="1"
 card: on#1 -exec-continue @after 400 $TOKEN^running
-card: on#2 -exec-continue $TOKEN^running
-card: on#2 -exec-continue @after 200 @exit KILL
+card: on#2 -exec-continue $TOKEN^running ;; @after 200 @exit KILL
 card: on SIGINT *stopped,reason="signal-received",thread-id="1"
 > 1-exec-continue
 < =thread-group-started,id="i1",type="process",pid="100"

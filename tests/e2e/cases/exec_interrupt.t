@@ -6,8 +6,7 @@ host: on -break-insert $TOKEN^done,bkpt={number="1",type="breakpoint",pending="_
 host: on -exec-run $TOKEN^running
 host: on -exec-continue $TOKEN^running
 host: on#2 -exec-continue @after 300 $TOKEN^running
-host: on -stack-info-depth @after 5000 $TOKEN^done,depth="9"
-host: on -stack-info-depth @noprompt
+host: on -stack-info-depth @after 5000 $TOKEN^done,depth="9" ;; @noprompt
 host: on SIGINT *stopped,reason="signal-received",signal-name="SIGINT",thread-id="1"
 >running 1-exec-run
 > -exec-interrupt

@@ -4,24 +4,16 @@
 in-process
 cards: 0=127.0.1.1
 spawn: vek 0 127.0.1.1
-host: on#1 -exec-continue $TOKEN^running
-host: on#1 -exec-continue @after 300 *stopped,reason="breakpoint-hit",thread-id="1"
+host: on#1 -exec-continue $TOKEN^running ;; @after 300 *stopped,reason="breakpoint-hit",thread-id="1"
 host: on -exec-continue $TOKEN^running
-host: on -exec-next $TOKEN^running
-host: on -exec-next @after 300 *stopped,reason="end-stepping-range",thread-id="1"
-host: on#3 -exec-continue $TOKEN^running
-host: on#3 -exec-continue @after 300 *stopped,reason="breakpoint-hit",thread-id="1"
-host: on SIGINT @cancel
-host: on SIGINT *stopped,reason="signal-received",thread-id="1"
-host: on quit $TOKEN^exit
-host: on quit @exit 0
+host: on -exec-next $TOKEN^running ;; @after 300 *stopped,reason="end-stepping-range",thread-id="1"
+host: on#3 -exec-continue $TOKEN^running ;; @after 300 *stopped,reason="breakpoint-hit",thread-id="1"
+host: on SIGINT @cancel ;; *stopped,reason="signal-received",thread-id="1"
+host: on quit $TOKEN^exit ;; @exit 0
 card: on -exec-continue $TOKEN^running
-card: on -exec-step $TOKEN^running
-card: on -exec-step @after 150 *stopped,reason="end-stepping-range",thread-id="1"
-card: on SIGINT @cancel
-card: on SIGINT *stopped,reason="signal-received",thread-id="1"
-card: on quit $TOKEN^exit
-card: on quit @exit 0
+card: on -exec-step $TOKEN^running ;; @after 150 *stopped,reason="end-stepping-range",thread-id="1"
+card: on SIGINT @cancel ;; *stopped,reason="signal-received",thread-id="1"
+card: on quit $TOKEN^exit ;; @exit 0
 >running 1-exec-continue
 < 1*stopped,reason="breakpoint-hit",thread-id="1"
 >running 2-exec-next --thread 1

@@ -2,8 +2,7 @@
 # running command, then ends the session.
 host: on -stack-info-depth @noprompt
 host: on SIGINT ^done,depth="3"
-host: on -gdb-set @sleep 800
-host: on -gdb-set $TOKEN^done
+host: on -gdb-set @sleep 800 ;; $TOKEN^done
 > 4-stack-info-depth
 quiet 300
 ! SIGINT

@@ -4,8 +4,7 @@
 # input reaches no engine.
 host: on /expression zero/ $TOKEN^done,value="0"
 host: on -data-evaluate-expression $TOKEN^done,value="42"
-host: on info ~"0x1000  0x2000  Yes  /lib/libc.so.6\n"
-host: on info $TOKEN^done
+host: on info ~"0x1000  0x2000  Yes  /lib/libc.so.6\n" ;; $TOKEN^done
 file: outer.cmd 1-zub-cond-print zero yes no
 file: outer.cmd source $DIR/inner.cmd
 file: inner.cmd 2-zub-cond-print x "it is" "it is not"
