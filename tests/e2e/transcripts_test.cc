@@ -92,7 +92,7 @@ bool parseLine(std::string line, int number, Case& c) {
   static const boost::regex keyed(
       R"(^(host\d*|card\d*|args|wrap|env|file|cards|spawn|log|stderr|i\d+|vek\d+):(?: (.*))?$)");
   static const boost::regex step(
-      R"(^(>\+|>running|>~|>\.\.\.|>|<~\+?|<\.\.\.\+?|<\+|<running|<|!|sleep|quiet|close|end|exit)(?: (.*))?$)");
+      R"(^((?:(?:i|vek)\d+,)*(?:i|vek)\d+(?=>))?(>\+|>running|>~|>\.\.\.|>|<~\+?|<\.\.\.\+?|<\+|<running|<|!|sleep|quiet|close|end|exit)(?: (.*))?$)");
   // "$" keeps a trailing blank visible; "\c" (as in echo) drops the line end of ">" and "file:".
   if (line.ends_with(" $")) line.pop_back();
   const bool open = line.ends_with("\\c");
@@ -126,7 +126,11 @@ bool parseLine(std::string line, int number, Case& c) {
     else
       c.received[key] += text + "\n";
   } else if (boost::regex_match(line, m, step)) {
-    std::string verb = m[1], text = bytes(m[2]);
+    std::string verb = m[2], text = bytes(m[3]);
+    // "i1,vek1>...": these engines receive the line as sent, in file order with their "i1:" lines.
+    for (const std::string& name : words(boost::replace_all_copy(m[1].str(), ",", " ")))
+      c.received[name] +=
+          text.substr(0, verb == ">" || verb == ">running" ? text.npos : text.find(" => ")) + end;
     if (verb == ">+" || verb == ">~" || verb == ">...") {  // "LINE => REPLY": the line, the reply
       const size_t arrow = text.find(" => ");
       if (arrow == std::string::npos) return false;
