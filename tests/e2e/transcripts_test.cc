@@ -127,23 +127,19 @@ bool parseLine(std::string line, int number, Case& c) {
       c.received[key] += text + "\n";
   } else if (boost::regex_match(line, m, step)) {
     std::string verb = m[2], text = bytes(m[3]);
-    // "i1,vek1>...": these engines receive the line as sent, in file order with their "i1:" lines.
-    for (const std::string& name : words(boost::replace_all_copy(m[1].str(), ",", " ")))
-      c.received[name] +=
-          text.substr(0, verb == ">" || verb == ">running" ? text.npos : text.find(" => ")) + end;
-    if (verb == ">+" || verb == ">~" || verb == ">...") {  // "LINE => REPLY": the line, the reply
-      const size_t arrow = text.find(" => ");
-      if (arrow == std::string::npos) return false;
-      c.steps.push_back({number, ">", text.substr(0, arrow) + "\n"});
-      verb = verb == ">+" ? "<+" : "<" + verb.substr(1) + "+";
-      text.erase(0, arrow + 4);
+    if (verb[0] == '>') {  // the line; ">+", ">~", ">..." ("LINE => REPLY") and ">running" reply
+      const bool bare = verb == ">" || verb == ">running";
+      const size_t arrow = bare ? text.npos : text.find(" => ");
+      if (!bare && arrow == text.npos) return false;
+      const std::string sent = text.substr(0, arrow) + (verb == ">" ? end : "\n");
+      c.steps.push_back({number, ">", sent});
+      // "i1,vek1>...": these engines receive the line as sent (an "i1:" line here).
+      for (const std::string& name : words(boost::replace_all_copy(m[1].str(), ",", " ")))
+        c.received[name] += sent;
+      if (verb == ">") return true;
+      text = bare ? text.substr(0, text.find_first_not_of("0123456789")) : text.substr(arrow + 4);
+      verb = bare ? "<running" : verb == ">+" ? "<+" : "<" + verb.substr(1) + "+";
     }
-    if (verb == ">running") {  // "N-COMMAND": the line, then its run's reply
-      c.steps.push_back({number, ">", text + "\n"});
-      verb = "<running";
-      text = text.substr(0, text.find_first_not_of("0123456789"));
-    }
-    if (verb == ">") return c.steps.push_back({number, verb, text + end}), true;
     // Replies end in a prompt (gdb's own, with a blank, in its mode); a run's also announces it.
     const auto mode = c.env.find("WEM_COMPAT");
     const std::string prompt = mode != c.env.end() && mode->second == "gdb" ? "(gdb) " : "(gdb)";
