@@ -39,7 +39,6 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
-#include <memory>
 #include <optional>
 #include <string>
 #include <thread>
@@ -52,7 +51,7 @@ using Answer = std::vector<std::string>;
 
 struct Key {
   std::string text;
-  std::shared_ptr<regex_t> regex;  // for "/.../" keys
+  regex_t* regex = nullptr;  // for "/.../" keys; kept while the engine lives
   unsigned seen = 0;
   std::optional<Answer> every;
   std::map<unsigned, Answer> numbered;
@@ -114,11 +113,8 @@ Key& keyFor(const std::string& text) {
   Key& key = keys.emplace_back();
   key.text = text;
   if (text.size() > 2 && text.front() == '/' && text.back() == '/') {
-    key.regex.reset(new regex_t, [](regex_t* re) {
-      regfree(re);
-      delete re;
-    });
-    if (regcomp(key.regex.get(), text.substr(1, text.size() - 2).c_str(), REG_EXTENDED | REG_NOSUB))
+    key.regex = new regex_t;
+    if (regcomp(key.regex, text.substr(1, text.size() - 2).c_str(), REG_EXTENDED | REG_NOSUB))
       die("bad regular expression " + text);
   }
   return key;
@@ -209,9 +205,9 @@ void answer(const Answer& steps, const std::string& token) {
 // The answer to a line (without its newline), or to "SIGINT"; null when no key answers it.
 const Answer* answerFor(const std::string& line, const std::string& word) {
   for (Key& key : keys) {
-    const bool matches =
-        key.regex ? line != "SIGINT" && !regexec(key.regex.get(), line.c_str(), 0, nullptr, 0)
-                  : key.text == word;
+    const bool matches = key.regex
+                             ? line != "SIGINT" && !regexec(key.regex, line.c_str(), 0, nullptr, 0)
+                             : key.text == word;
     if (!matches) continue;
     ++key.seen;
     if (auto it = key.numbered.find(key.seen); it != key.numbered.end()) return &it->second;
