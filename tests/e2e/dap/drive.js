@@ -31,12 +31,9 @@ adapter.stderr.on('data', (d) => (stderrText += d));
 
 // Every (pid, start time) seen under the adapter, so that cleanup never hits a reused pid.
 const seen = new Map();
-// Each of these may race with the process's end: a process gone reads as empty and ignores kill.
+// May race with the process's end: a process gone reads as empty.
 function readProc(pid, file) {
   try { return fs.readFileSync(`/proc/${pid}/${file}`, 'utf8'); } catch { return ''; }
-}
-function signal(pid, sig) {
-  try { process.kill(pid, sig); } catch {}
 }
 function procStat(pid) {
   const s = readProc(pid, 'stat');
@@ -194,11 +191,11 @@ async function session() {
         alive().map((pid) => `${pid} ${readProc(pid, 'comm').trim()}`));
 }
 
-// Ends what is left, by pid: SIGTERM, then SIGKILL after 3 s.
+// Ends what is left, by pid (one gone meanwhile is skipped): SIGTERM, then SIGKILL after 3 s.
 async function cleanup() {
   clearInterval(treeTimer);
   for (const sig of ['SIGTERM', 'SIGKILL']) {
-    for (const pid of alive()) signal(pid, sig);
+    for (const pid of alive()) try { process.kill(pid, sig); } catch {}
     for (let t = 0; t < 30 && alive().length; t++) await sleep(100);
   }
 }
