@@ -39,7 +39,6 @@ struct Case {
   std::map<std::string, std::string> scenarios;  // fake engine scenario files by name
   std::vector<std::string> args{"--interpreter=mi"};
   e2e::EnvChanges env;
-  std::string engine;  // host engines: "gdb", "zub-gdb" (ours, over gdb) or the fake engine
   std::vector<std::string> wrap;  // a command that runs the program (tools/simulate-card)
   bool inProcess = false;
   bool announced = true;  // the conversation begins with the announcement of group i1
@@ -91,9 +90,9 @@ std::string bytes(const std::string& text) {
 // Set-up and check lines are "key: text"; the rest are conversation steps.
 bool parseLine(std::string line, int number, Case& c) {
   static const boost::regex keyed(
-      R"(^(host\d*|card\d*|args|wrap|env|engine|file|cards|spawn|log|stderr|i\d+|vek\d+):(?: (.*))?$)");
+      R"(^(host\d*|card\d*|args|wrap|env|file|cards|spawn|log|stderr|i\d+|vek\d+):(?: (.*))?$)");
   static const boost::regex step(
-      R"(^(>\+|>running|>~|>\.\.\.|>|<~\+?|<\.\.\.\+?|<\+|<running|<|!|sleep|quiet|close|end|exit)(?: (.*))?$)");
+      R"(^((?:(?:i|vek)\d+,)*(?:i|vek)\d+(?=>))?(>\+|>running|>~|>\.\.\.|>|<~\+?|<\.\.\.\+?|<\+|<running|<|!|sleep|quiet|close|end|exit)(?: (.*))?$)");
   // "$" keeps a trailing blank visible; "\c" (as in echo) drops the line end of ">" and "file:".
   if (line.ends_with(" $")) line.pop_back();
   const bool open = line.ends_with("\\c");
@@ -113,8 +112,6 @@ bool parseLine(std::string line, int number, Case& c) {
       (key == "args" ? c.args : c.wrap) = words(text);
     else if (key == "env")
       c.env[text.substr(0, equals)] = text.substr(equals + 1);
-    else if (key == "engine")
-      c.engine = text == "zub-gdb" ? WEM_BINARY_DIR "/bin/zub-gdb" : text;
     else if (key == "file")
       c.files[text.substr(0, blank)] += text.substr(blank + 1) + end;
     else if (key == "cards")
@@ -129,33 +126,30 @@ bool parseLine(std::string line, int number, Case& c) {
     else
       c.received[key] += text + "\n";
   } else if (boost::regex_match(line, m, step)) {
-    std::string verb = m[1], text = bytes(m[2]);
-    if (verb == ">+" || verb == ">~" || verb == ">...") {  // "LINE => REPLY": the line, the reply
-      const size_t arrow = text.find(" => ");
-      if (arrow == std::string::npos) return false;
-      c.steps.push_back({number, ">", text.substr(0, arrow) + "\n"});
-      verb = verb == ">+" ? "<+" : "<" + verb.substr(1) + "+";
-      text.erase(0, arrow + 4);
+    std::string verb = m[2], text = bytes(m[3]);
+    if (verb[0] == '>') {  // the line; ">+", ">~", ">..." ("LINE => REPLY") and ">running" reply
+      const bool bare = verb == ">" || verb == ">running";
+      const size_t arrow = bare ? text.npos : text.find(" => ");
+      if (!bare && arrow == text.npos) return false;
+      const std::string sent = text.substr(0, arrow) + (verb == ">" ? end : "\n");
+      c.steps.push_back({number, ">", sent});
+      // "i1,vek1>...": these engines receive the line as sent (an "i1:" line here).
+      for (const std::string& name : words(boost::replace_all_copy(m[1].str(), ",", " ")))
+        c.received[name] += sent;
+      if (verb == ">") return true;
+      text = bare ? text.substr(0, text.find_first_not_of("0123456789")) : text.substr(arrow + 4);
+      verb = bare ? "<running" : verb == ">+" ? "<+" : "<" + verb.substr(1) + "+";
     }
-    if (verb == ">running") {  // "N-COMMAND": the line, then its run's reply
-      c.steps.push_back({number, ">", text + "\n"});
-      verb = "<running";
-      text = text.substr(0, text.find_first_not_of("0123456789"));
-    }
-    if (verb == ">") return c.steps.push_back({number, verb, text + end}), true;
-    // Replies end in a prompt ("<+"; gdb's own, with a blank, in its mode), a run's also
-    // announces it; a line end in a text splits it.
-    static const std::map<std::string, std::string> kReplies = {
-        {"<+", "\n(gdb)"}, {"<running", "^running\n*running,thread-id=\"all\"\n(gdb)"}};
-    const auto reply = kReplies.find(verb);
+    // Replies end in a prompt (gdb's own, with a blank, in its mode); a run's also announces it.
     const auto mode = c.env.find("WEM_COMPAT");
-    const std::string blank = mode != c.env.end() && mode->second == "gdb" ? " " : "";
-    if (verb.ends_with("+") && verb != "<+") {  // "<~+", "<...+": the line, then the prompt
+    const std::string prompt = mode != c.env.end() && mode->second == "gdb" ? "(gdb) " : "(gdb)";
+    if (verb == "<running") text += "^running\n*running,thread-id=\"all\"";
+    if (verb == "<+" || verb == "<running") verb = "<", text += "\n" + prompt;
+    if (verb.ends_with("+")) {  // "<~+", "<...+": the line, then the prompt
       c.steps.push_back({number, verb.substr(0, verb.size() - 1), text});
-      return c.steps.push_back({number, "<", "(gdb)" + blank}), true;
+      verb = "<", text = prompt;
     }
-    std::istringstream lines(reply != kReplies.end() ? text + reply->second + blank : text);
-    if (reply != kReplies.end()) verb = "<";
+    std::istringstream lines(text);  // a line end in a text splits it
     for (std::string part; std::getline(lines, part);) c.steps.push_back({number, verb, part});
     if (text.empty()) c.steps.push_back({number, verb, ""});
   } else {
@@ -505,7 +499,6 @@ TEST_P(Transcript, Runs) {
     argv.pop_back();
   }
   e2e::EnvChanges env = e2e::fakeEngineEnv(dir.path());
-  if (!c.engine.empty()) env["ZUBC_HOST"] = c.engine;
   env["WEM_LOG"] = dir.file("wem.log");
   for (const auto& [name, value] : c.env) env[name] = value;
   argv.push_back(WEM_BINARY);

@@ -1,9 +1,8 @@
-// The MI parser on odd texts, at its stack limits and on a recorded engine session; the tree's
-// lookups and the thread-id rewrite.
+// The MI parser on odd texts, at its stack limits and on a recorded engine session; the thread-id
+// rewrite.
 #include <boost/make_shared.hpp>
 #include <cstring>
 #include <fstream>
-#include <sstream>
 #include <string>
 
 #include "gtest/gtest.h"
@@ -11,8 +10,6 @@
 #include "mi/mi_record.h"
 
 namespace {
-
-MiRecordPtr str(const std::string& text) { return boost::make_shared<MiString>(text); }
 
 std::string print(const MiRecord& record) {
   std::string out;
@@ -134,37 +131,6 @@ TEST(MiParser, RecordedEngineOutputPrintsBackUnchanged) {
     ++records;
   }
   EXPECT_GE(records, 50);
-}
-
-// Lookups find only their own kind and leave their output alone otherwise; a list lookup gives
-// the record's own (shared) children; setting keeps the place of a key and appends a new one, and
-// a list that is set is a copy.
-TEST(MiMap, LookupsFindTheirKindOnlyAndSettersKeepPlaces) {
-  MiRecordPtr record = parseRecord(R"(s="text",t={k="v"},l=["1",n="2"],s="again")");
-  MiMap& map = *record->toMiMap();
-  std::string text = "old";
-  MiRecordPtr node = str("untouched");
-  const MiRecordPtr before = node;
-  std::list<MiRecordPtr> items{str("keep")};
-  MiMap tuple(false);
-  tuple.setString("keep", "1");
-  EXPECT_FALSE(map.findString("t", text) || map.findString("l", text) ||
-               map.findString("S", text) || map.findRecord("missing", node) ||
-               map.findList("t", items) || map.findMiMap("l", tuple));
-  EXPECT_EQ(text + std::to_string(items.size()) + print(tuple), "old1{keep=\"1\"}");
-  EXPECT_EQ(node, before);
-  ASSERT_TRUE(map.findString("s", text) && map.findList("l", items) && map.findRecord("t", node) &&
-              map.findMiMap("t", tuple) && tuple.findString("k", text));
-  EXPECT_EQ(text + std::to_string(items.size()), "v2");
-  items.front()->toMiString()->value = "9";
-  items.push_back(str("x"));
-  map.setList("t", items);
-  items.clear();
-  map.setString("s", "new");
-  map.setString("z", "last");
-  std::ostringstream printed;
-  printed << *node << '|' << map << '|' << MiMap(false);
-  EXPECT_EQ(printed.str(), R"({k="v"}|s="new",t=["9",n="2","x"],l=["9",n="2"],z="last"|{})");
 }
 
 // Rows sharing one thread table: the engine, the record, and the record after the rewrite, with

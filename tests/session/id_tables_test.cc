@@ -2,22 +2,6 @@
 
 #include "session/breakpoint_table.h"
 #include "session/conversion_table.h"
-#include "session/thread_id_table.h"
-#include "session/var_obj_table.h"
-
-// Numbering in order of first sight is the MI rewrite table's (tests/mi); here the way back.
-TEST(ThreadIdTable, OnlyAUserIdGivenOutLeadsBackToItsEngineThread) {
-  ThreadIdTable table;
-  std::string id, engine = "x", thread = "y";
-  table.toExtThreadId("i1", "1", id);
-  table.toExtThreadId("vek1", "1", id);
-  ASSERT_TRUE(table.fromExtThreadId("2", engine, thread));
-  EXPECT_EQ(engine + ":" + thread, "vek1:1");
-  for (const char* unknown : {"3", "02", " 2", "", "2 "}) {
-    EXPECT_FALSE(table.fromExtThreadId(unknown, engine, thread)) << unknown;
-    EXPECT_EQ(engine + ":" + thread, "vek1:1");
-  }
-}
 
 // Re-pointing happens when a breakpoint is inserted again while an engine still holds it (a
 // copy after an attach whose delete failed).
@@ -58,22 +42,4 @@ TEST(BreakPointTable, OneUserNumberPerBreakpointAcrossEnginesNeverReused) {
   EXPECT_TRUE(table.recordBkp("vek1", "5", user = table.newBkpNumber(), "-break-insert f\n"));
   for (int i = 4; i <= 10; ++i) table.breakpointCmds[table.newBkpNumber()] = "";
   EXPECT_EQ(table.breakpointCmds.begin()->first, "10");  // numbers order as text
-}
-
-TEST(VarObjTable, AutomaticNamesSkipTakenNamesAndUseUpTheirNumbers) {
-  VarObjTable table;
-  ASSERT_TRUE(table.addVarObj("var0", "i1"));
-  EXPECT_FALSE(table.addVarObj("var0", "vek1"));  // name in use: owner unchanged
-  std::string names, name, owner = "x";
-  table.newVarObj("vek1", name);
-  names += name;
-  ASSERT_TRUE(table.addVarObj("var3", "i1"));
-  table.newVarObj("i1", name);
-  names += " " + name;
-  table.newVarObj("i1", name);
-  EXPECT_EQ(names + " " + name, "var1 var2 var4");
-  EXPECT_FALSE(table.findOwner("var9", owner));
-  EXPECT_EQ(owner, "x");
-  EXPECT_TRUE(table.findOwner("var0", owner) && owner == "i1");
-  EXPECT_TRUE(table.findOwner("var1", owner) && owner == "vek1");
 }

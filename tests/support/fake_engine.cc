@@ -16,14 +16,14 @@
 // KEY is the command word after the token ("-exec-run"), a POSIX extended regular expression
 // searched in the line ("/^[0-9]*-break-insert .*main/", ending at a "/" before a blank),
 // SIGINT, or EOF (answered once; the engine then lives on without input). Every key that
-// matches a line counts it; the first with an answer for its count answers. STEP is a line of
-// text ("$TOKEN": the line's leading digits) or: @prompt,
-// @noprompt (no "(gdb)" after this answer), @sleep MS, @after MS STEP (STEP later, while input
-// is still served), @cancel (drop what @after scheduled), @exit STATUS (KILL: killed by its pid),
-// @flood N TEXT (N copies of the line), @text TEXT (a line that begins with "@"), @ifopen PATH STEP
-// (STEP only while one of our descriptors is open on PATH). Every answer ends with "(gdb)" unless
-// it says @noprompt or exits. A line no key answers gets "$TOKEN^done", but "-gdb-exit" is answered
-// "$TOKEN^exit" and ends the engine; so does EOF without a key.
+// matches a line counts it; the first with an answer for its count answers. " ;; " separates
+// several steps of one line. A STEP is a line of text ("$TOKEN": the line's leading digits) or:
+// @prompt, @noprompt (no "(gdb)" after this answer), @sleep MS, @after MS STEP (STEP later, while
+// input is still served), @cancel (drop what @after scheduled), @exit STATUS (KILL: killed by its
+// pid), @flood N TEXT (N copies of the line), @text TEXT (a line that begins with "@"), @ifopen
+// PATH STEP (STEP only while one of our descriptors is open on PATH). Every answer ends with
+// "(gdb)" unless it says @noprompt or exits. A line no key answers gets "$TOKEN^done", but
+// "-gdb-exit" is answered "$TOKEN^exit" and ends the engine; so does EOF without a key.
 
 #include <fcntl.h>
 #include <poll.h>
@@ -39,7 +39,6 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
-#include <memory>
 #include <optional>
 #include <string>
 #include <thread>
@@ -52,7 +51,7 @@ using Answer = std::vector<std::string>;
 
 struct Key {
   std::string text;
-  std::shared_ptr<regex_t> regex;  // for "/.../" keys
+  regex_t* regex = nullptr;  // for "/.../" keys; kept while the engine lives
   unsigned seen = 0;
   std::optional<Answer> every;
   std::map<unsigned, Answer> numbered;
@@ -114,11 +113,8 @@ Key& keyFor(const std::string& text) {
   Key& key = keys.emplace_back();
   key.text = text;
   if (text.size() > 2 && text.front() == '/' && text.back() == '/') {
-    key.regex.reset(new regex_t, [](regex_t* re) {
-      regfree(re);
-      delete re;
-    });
-    if (regcomp(key.regex.get(), text.substr(1, text.size() - 2).c_str(), REG_EXTENDED | REG_NOSUB))
+    key.regex = new regex_t;
+    if (regcomp(key.regex, text.substr(1, text.size() - 2).c_str(), REG_EXTENDED | REG_NOSUB))
       die("bad regular expression " + text);
   }
   return key;
@@ -144,6 +140,8 @@ void load(const std::string& path) {
     } else {
       die(path + ": unknown directive " + verb);
     }
+    for (size_t at; (at = rest.find(" ;; ")) != std::string::npos; rest.erase(0, at + 4))
+      answer->push_back(rest.substr(0, at));
     if (!rest.empty()) answer->push_back(rest);
   }
 }
@@ -207,9 +205,9 @@ void answer(const Answer& steps, const std::string& token) {
 // The answer to a line (without its newline), or to "SIGINT"; null when no key answers it.
 const Answer* answerFor(const std::string& line, const std::string& word) {
   for (Key& key : keys) {
-    const bool matches =
-        key.regex ? line != "SIGINT" && !regexec(key.regex.get(), line.c_str(), 0, nullptr, 0)
-                  : key.text == word;
+    const bool matches = key.regex
+                             ? line != "SIGINT" && !regexec(key.regex, line.c_str(), 0, nullptr, 0)
+                             : key.text == word;
     if (!matches) continue;
     ++key.seen;
     if (auto it = key.numbered.find(key.seen); it != key.numbered.end()) return &it->second;

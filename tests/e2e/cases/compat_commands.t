@@ -3,7 +3,7 @@
 # output; a watchpoint takes the next user number (after the offload breakpoint's, which the
 # breakpoint list hides); a frame selected in the thread shows in the frame query; an insert
 # where nothing is loaded yet is pending.
-engine: gdb
+env: ZUBC_HOST=gdb
 env: WEM_COMPAT=gdb
 args: --interpreter=mi $SAMPLE
 >~ 1-list-features => 1\^done,features=\[(?!.*(frozen-varobjs|python)).*"data-read-memory-bytes".*\]

@@ -1,7 +1,7 @@
 # gdb's mode over stock gdb in its asynchronous mode, where a signal does not stop the program:
 # "-exec-interrupt" does; a terminate request while the program runs ends everything at once.
 env: WEM_COMPAT=gdb
-engine: gdb
+env: ZUBC_HOST=gdb
 args: --interpreter=mi -q -nx /bin/sleep
 >+ 1-gdb-set mi-async on => 1^done
 >... 2-exec-arguments 30 => 2\^.*

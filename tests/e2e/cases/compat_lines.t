@@ -4,8 +4,7 @@
 # The launch options of gdb's clients are accepted.
 env: WEM_COMPAT=gdb
 args: -i mi --nx -q
-host: on -interpreter-exec ~"a=1\n"
-host: on -interpreter-exec $TOKEN^done
+host: on -interpreter-exec ~"a=1\n" ;; $TOKEN^done
 >+   5-gdb-set confirm off => 5^done
 >+ 6  -gdb-set confirm on => 6^done
 >+ 42 => 42^done

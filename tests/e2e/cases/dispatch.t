@@ -2,8 +2,7 @@
 # with their token, and never reach the engine; "-exec-interrupt" answers nothing; "quit" ends
 # the session like "-gdb-exit" and the engine is told "quit" too. Megabyte lines and raw bytes
 # are handled whole.
-host: on quit $TOKEN^exit
-host: on quit @exit 0
+host: on quit $TOKEN^exit ;; @exit 0
 >
 < (gdb)
 >    	
@@ -20,27 +19,23 @@ host: on quit @exit 0
 >+ 7-GDB-EXIT => 7^done,msg="Command is not implemented."
 >+ 8-gdb-setx => 8^done,msg="Command is not implemented."
 >+ 9|odd| => 9^done,msg="Command is not implemented."
->+ 1-gdb-set {x*1048576} => 1^done
+i1>+ 1-gdb-set {x*1048576} => 1^done
 >+ 2-frobnicate {x*1048576} => 2^done,msg="Command is not implemented."
 > { *1048576}
 < (gdb)
 > \x01\x02\xff\xfe
 < (gdb)
->+ 3-gdb-set \x01\xff\x00\x7f end\x0d => 3^done
+i1>+ 3-gdb-set \x01\xff\x00\x7f end\x0d => 3^done
 > 4\x00-gdb-set
 < (gdb)
 > 12-exec-interrupt
 quiet 200
 > -exec-interrupt
 quiet 200
->+ 13-gdb-set confirm off => 13^done
-> 21quit
+i1>+ 13-gdb-set confirm off => 13^done
+i1> 21quit
 < =thread-group-removed,id="i1"
 < 21^exit
 end
-i1: 1-gdb-set {x*1048576}
-i1: 3-gdb-set \x01\xff\x00\x7f end\x0d
-i1: 13-gdb-set confirm off
-i1: 21quit
 log: From user: $
 2* log: sigIntPending cleared.

@@ -1,6 +1,12 @@
-# An engine that dies mid-command: the command gets the internal error, the group is gone, later
+# An engine that dies mid-command, or while it attaches: the command gets the internal error
+# instead of waiting for a result that cannot come, the group is gone; once no engine is left,
 # commands get a clear error and the exit still answers.
 host: on -stack-info-depth @exit 0
+host2: on -target-attach @exit 0
+>+ 1-add-inferior => =thread-group-added,id="i2"
+> 3-target-attach --thread-group i2 4242
+< =thread-group-exited,id="i2"
+<+ 3^error,msg="Internal error"
 > 7-stack-info-depth
 < =thread-group-exited,id="i1"
 <+ 7^error,msg="Internal error"

@@ -2,27 +2,11 @@
 # first thread and exits with its last; libraries gain a group id; other notifications and those
 # missing the fields their handler needs are only logged (a thread without pid still takes id 1);
 # a thread without a group joins its engine's.
-host: on#1 -gdb-set =thread-created
-host: on#1 -gdb-set =thread-created,{broken
-host: on#1 -gdb-set =thread-created,group-id="i1",pid="1"
-host: on#1 -gdb-set =thread-created,id="5",group-id="i1"
-host: on#1 -gdb-set =thread-exited,group-id="i1"
-host: on#1 -gdb-set =thread-exited,id="5",group-id="i1"
-host: on#1 -gdb-set =library-loaded,"unnamed"
-host: on#1 -gdb-set $TOKEN^done
-host: on#2 -gdb-set =thread-created,id="7",group-id="i1",pid="4242"
-host: on#2 -gdb-set =thread-created,id="9",group-id="i1",pid="4242"
-host: on#2 -gdb-set =breakpoint-modified,bkpt={number="1"}
-host: on#2 -gdb-set $TOKEN^done
-host: on#3 -gdb-set =thread-exited,id="7",group-id="i1"
-host: on#3 -gdb-set =thread-exited,id="3",group-id="i1"
-host: on#3 -gdb-set =library-loaded,id="/lib/libm.so.6",thread-group="i1"
-host: on#3 -gdb-set $TOKEN^done
-host: on#4 -gdb-set =thread-exited,id="9",group-id="i1"
-host: on#4 -gdb-set =thread-created,id="11",group-id="i1",pid="4242"
-host: on#4 -gdb-set $TOKEN^done
-host: on#5 -gdb-set =thread-created,id="12",pid="4242"
-host: on#5 -gdb-set $TOKEN^done
+host: on#1 -gdb-set =thread-created ;; =thread-created,{broken ;; =thread-created,group-id="i1",pid="1" ;; =thread-created,id="5",group-id="i1" ;; =thread-exited,group-id="i1" ;; =thread-exited,id="5",group-id="i1" ;; =library-loaded,"unnamed" ;; $TOKEN^done
+host: on#2 -gdb-set =thread-created,id="7",group-id="i1",pid="4242" ;; =thread-created,id="9",group-id="i1",pid="4242" ;; =breakpoint-modified,bkpt={number="1"} ;; $TOKEN^done
+host: on#3 -gdb-set =thread-exited,id="7",group-id="i1" ;; =thread-exited,id="3",group-id="i1" ;; =library-loaded,id="/lib/libm.so.6",thread-group="i1" ;; $TOKEN^done
+host: on#4 -gdb-set =thread-exited,id="9",group-id="i1" ;; =thread-created,id="11",group-id="i1",pid="4242" ;; $TOKEN^done
+host: on#5 -gdb-set =thread-created,id="12",pid="4242" ;; $TOKEN^done
 >+ 0-gdb-set z => 0^done
 > 1-gdb-set a
 < =thread-group-started,id="i1",type="process",pid="4242"

@@ -2,20 +2,11 @@
 # name the offload function; stops without a readable record are reported with reason "unknown",
 # the host's own exit as it came. An engine that says "^running" twice ends the program after
 # what was due.
-host: on -exec-continue $TOKEN^running
-host: on -exec-continue ~"Breakpoint 2, __zub_target_so_loaded () at offload.c:10\n"
-host: on -exec-continue hello from the program
-host: on -exec-continue ~"Breakpoint 1, main () at prog.c:3\n"
-host: on -exec-continue &"a log line mentioning __zub_target_so_loaded\n"
-host: on -exec-continue *stopped,reason="breakpoint-hit",thread-id="1"
-host: on#1 -exec-next $TOKEN^running
-host: on#1 -exec-next *stopped
-host: on#2 -exec-next $TOKEN^running
-host: on#2 -exec-next *stopped,reason="end-stepping-range
-host: on#3 -exec-next $TOKEN^running
-host: on#3 -exec-next *stopped,thread-id={id="1"}
-host: on#4 -exec-next $TOKEN^running
-host: on#4 -exec-next *stopped,reason="exited-normally",exit-code="0"
+host: on -exec-continue $TOKEN^running ;; ~"Breakpoint 2, __zub_target_so_loaded () at offload.c:10\n" ;; hello from the program ;; ~"Breakpoint 1, main () at prog.c:3\n" ;; &"a log line mentioning __zub_target_so_loaded\n" ;; *stopped,reason="breakpoint-hit",thread-id="1"
+host: on#1 -exec-next $TOKEN^running ;; *stopped
+host: on#2 -exec-next $TOKEN^running ;; *stopped,reason="end-stepping-range
+host: on#3 -exec-next $TOKEN^running ;; *stopped,thread-id={id="1"}
+host: on#4 -exec-next $TOKEN^running ;; *stopped,reason="exited-normally",exit-code="0"
 2* host: on -exec-step $TOKEN^running
 >running 4-exec-continue
 < hello from the program

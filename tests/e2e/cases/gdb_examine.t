@@ -2,7 +2,7 @@
 # offload breakpoint's reply never shows): a variable object for a struct, its children and an
 # update after a step; an expression, memory, a disassembly, registers; the two threads. Then a
 # delete and a continue that shows the program's output and its exit; nothing is left running.
-engine: gdb
+env: ZUBC_HOST=gdb
 args: --interpreter=mi $SAMPLE
 >~ 1-break-insert fill_point => 1\^done,bkpt=\{number="1",.*func="fill_point".*\}
 > 2-exec-run

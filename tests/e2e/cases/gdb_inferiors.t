@@ -1,6 +1,6 @@
 # Stock gdb: i1 loads the sample; i2 loads it too and runs to a breakpoint while i1 stays put;
 # both list libraries; a sourced command evaluates in the stopped frame; i2 is removed.
-engine: gdb
+env: ZUBC_HOST=gdb
 file: cmds.gdb 22-zub-cond-print --thread 1 x==1 "x is one" other
 >+ 1-file-exec-and-symbols $SAMPLE => 1^done
 >+ 2-add-inferior => =thread-group-added,id="i2"

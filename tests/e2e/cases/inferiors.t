@@ -1,18 +1,17 @@
 # Attach: the engine's stop with the command's token and user thread ids. Detach clears the pid,
 # so the next attach starts the group again. An added inferior is current; removing the current
 # one makes i1 current again; removed ids fail.
-host: on /attach +77/ =thread-created,id="7",group-id="i1",pid="77"
-host: on /attach +77/ *stopped,reason="signal-received",thread-id="7"
-host: on /attach +77/ $TOKEN^done,thread-id="7"
+host: on /attach +77/ =thread-created,id="7",group-id="i1",pid="77" ;; *stopped,reason="signal-received",thread-id="7" ;; $TOKEN^done,thread-id="7"
 > 1-target-attach --thread-group i1 77
 < =thread-group-started,id="i1",type="process",pid="77"
 < =thread-created,id="1",group-id="i1",pid="77"
 < 1*stopped,reason="signal-received",thread-id="1"
 <+ 1^done,thread-id="1"
-> 2-target-detach
+i1: 1-target-attach  77
+i1> 2-target-detach
 < =thread-group-exited,id="i1"
 <+ 2^done
-> 3-target-attach 77
+i1> 3-target-attach 77
 < =thread-group-started,id="i1",type="process",pid="77"
 < =thread-created,id="1",group-id="i1",pid="77"
 < 3*stopped,reason="signal-received",thread-id="1"
@@ -21,7 +20,7 @@ host: on /attach +77/ $TOKEN^done,thread-id="7"
 > 4-remove-inferior i2
 < =thread-group-removed,id="i2"
 <+ 4^done
->+ 4-stack-info-depth => 4^done
+i1>+ 4-stack-info-depth => 4^done
 >+ 4-add-inferior => =thread-group-added,id="i2"
 >+ 5-file-exec-and-symbols --thread 1 prog => 5^done
 > 6-remove-inferior i1
@@ -31,9 +30,5 @@ host: on /attach +77/ $TOKEN^done,thread-id="7"
 > 8-gdb-exit
 < =thread-group-removed,id="i2"
 < 8^exit
-i1: 1-target-attach  77
-i1: 2-target-detach
-i1: 3-target-attach 77
-i1: 4-stack-info-depth
 i1: 5-file-exec-and-symbols --thread 7 prog
 i1: -gdb-exit

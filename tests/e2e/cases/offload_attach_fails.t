@@ -5,12 +5,9 @@
 in-process
 cards: 0=127.0.1.1
 env: ZUBC_VEK=
-host: on -exec-run $TOKEN^running
-host: on -exec-run @after 100 *stopped,reason="breakpoint-hit",frame={func="__zub_target_so_loaded"}
-host: on -exec-continue $TOKEN^running
-host: on -exec-continue @after 100 *stopped,reason="breakpoint-hit",frame={func="main"}
-host: on -exec-next $TOKEN^running
-host: on -exec-next @after 100 *stopped,reason="breakpoint-hit",frame={func="__zub_target_so_loaded"}
+host: on -exec-run $TOKEN^running ;; @after 100 *stopped,reason="breakpoint-hit",frame={func="__zub_target_so_loaded"}
+host: on -exec-continue $TOKEN^running ;; @after 100 *stopped,reason="breakpoint-hit",frame={func="main"}
+host: on -exec-next $TOKEN^running ;; @after 100 *stopped,reason="breakpoint-hit",frame={func="__zub_target_so_loaded"}
 host: on#1 /__zub_target_id/ $TOKEN^error,msg="Cannot access memory at address 0x0"
 host: on /__zub_target_id/ $TOKEN^done,memory=[{addr="0x601040",data=["0"]}]
 host: on#4 /__zub_target_id/ $TOKEN^done,memory=[{addr="0x601040",data=["1"]}]

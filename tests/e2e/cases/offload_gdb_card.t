@@ -6,7 +6,7 @@
 wrap: $SRC/tools/simulate-card
 env: WEM_CARD_SERVER=$BUILD/bin/card-server
 env: ZUBC_VEK=$BUILD/bin/zub-gdb
-engine: zub-gdb
+env: ZUBC_HOST=$BUILD/bin/zub-gdb
 args: --interpreter=mi $BUILD/bin/offload_host
 > 1-break-insert -f card_work
 < &"Function \"card_work\" not defined.\n"

@@ -3,38 +3,29 @@
 # pass on; unknown thread and group ids get fixed errors and never reach the engine, known group
 # options are stripped. Records that do not parse (open, too deep, raw bytes) are logged and
 # skipped, and a megabyte record passes whole. The engine does not inherit the log file.
-host: on -gdb-set @ifopen $DIR/wem.log $TOKEN^error,msg="the log is inherited"
-host: on -gdb-set 99^done,stale="1"
-host: on -gdb-set $TOKEN^done,fresh="1"
+host: on -gdb-set @ifopen $DIR/wem.log $TOKEN^error,msg="the log is inherited" ;; 99^done,stale="1" ;; $TOKEN^done,fresh="1"
 host: on -stack-info-depth ^done,depth="2"
-host: on -environment-pwd ~"console text\n"
-host: on -environment-pwd &"log text\n"
-host: on -environment-pwd @text @"target text\n"
-host: on -environment-pwd *running,thread-id="all"
-host: on -environment-pwd not an MI line at all
-host: on -environment-pwd $TOKEN^done
+host: on -environment-pwd ~"console text\n" ;; &"log text\n" ;; @text @"target text\n" ;; *running,thread-id="all" ;; not an MI line at all ;; $TOKEN^done
 host: on -stack-list-frames $TOKEN^error,msg="No stack."
 host: on -list-features $TOKEN^done,features=["frozen-varobjs","thread-info"]
 host: on#1 -gdb-unset $TOKEN^done,value={unclosed
 host: on#2 -gdb-unset $TOKEN^done,value={[*20000}
-host: on#3 -gdb-unset \x01\xff garbage
-host: on#3 -gdb-unset ^bogus,x="1"
-host: on#3 -gdb-unset $TOKEN^error
+host: on#3 -gdb-unset \x01\xff garbage ;; ^bogus,x="1" ;; $TOKEN^error
 host: on#4 -gdb-unset $TOKEN^done,big="{x*1048576}"
->+ 5-gdb-set confirm off => 5^done,fresh="1"
->+ 6-stack-info-depth => 6^done,depth="2"
-> 7-environment-pwd
+i1>+ 5-gdb-set confirm off => 5^done,fresh="1"
+i1>+ 6-stack-info-depth => 6^done,depth="2"
+i1> 7-environment-pwd
 < &"log text\n"
 < @"target text\n"
 < *running,thread-id="all"
 < not an MI line at all
 <+ 7^done
->+ 1-stack-list-frames => 1^error,msg="No stack."
+i1>+ 1-stack-list-frames => 1^error,msg="No stack."
 >+ 2-stack-info-depth --thread 9 => 2^error,msg="Invalid thread: 9"
 >+ 3-stack-info-depth --thread-group i7 => 3^error,msg="Invalid thread-group: i7"
 >+ 4-gdb-set --thread-group vek1 confirm off => 4^error,msg="Invalid thread-group: vek1"
 >+ 8-stack-list-locals --thread 1 --thread-group i1 1 => 8^error,msg="Invalid thread: 1"
->+ 9-list-features --thread-group i9 => 9^done,features=["frozen-varobjs","thread-info"]
+i1>+ 9-list-features --thread-group i9 => 9^done,features=["frozen-varobjs","thread-info"]
 >+ 10-gdb-set --thread-group i1 confirm off => 10^done,fresh="1"
 4* > 11-gdb-unset v
 2* <+ 11^done
@@ -42,11 +33,6 @@ host: on#4 -gdb-unset $TOKEN^done,big="{x*1048576}"
 < ^bogus,x="1"
 <+ 11^error
 <+ 11^done,big="{x*1048576}"
-i1: 5-gdb-set confirm off
-i1: 6-stack-info-depth
-i1: 7-environment-pwd
-i1: 1-stack-list-frames
-i1: 9-list-features --thread-group i9
 i1: 10-gdb-set  confirm off
 4* i1: 11-gdb-unset v
 log: Cmd Id does not match. Expected: 5; got: 99

@@ -2,20 +2,17 @@
 # running command, then ends the session.
 host: on -stack-info-depth @noprompt
 host: on SIGINT ^done,depth="3"
-host: on -gdb-set @sleep 800
-host: on -gdb-set $TOKEN^done
-> 4-stack-info-depth
+host: on -gdb-set @sleep 800 ;; $TOKEN^done
+i1> 4-stack-info-depth
 quiet 300
 ! SIGINT
 <+ 4^done,depth="3"
-> 5-gdb-set a
+i1: <SIGINT>
+i1> 5-gdb-set a
 sleep 200
 ! SIGTERM
 <+ 5^done
 end
-i1: 4-stack-info-depth
-i1: <SIGINT>
-i1: 5-gdb-set a
 i1: <SIGINT>
 i1: -gdb-exit
 log: sigIntPending cleared.

@@ -8,14 +8,13 @@ host: on -gdb-exit @noprompt
 args: --interpreter mi -x=1 -i=console
 ! SIGINT
 quiet 300
-> 3-gdb-set a
+i1> 3-gdb-set a
 > 4-gdb-set b\c
 close
 <+ 3^done
 quiet 300
 ! SIGTERM
 end
-i1: 3-gdb-set a
 i1: <SIGINT>
 i1: -gdb-exit
 log: argv: $BUILD/bin/wem

@@ -1,5 +1,6 @@
-# Diagnostics do not wait for a standard error that nobody reads: there they are dropped, the log
-# keeps them. The wrapper gives the program a full pipe as standard error.
+# Without an MI interpreter ("-i" takes no separate value) the program refuses on standard error,
+# starts no engine and exits 0. Diagnostics do not wait for a standard error that nobody reads:
+# there they are dropped, the log keeps them. The wrapper gives the program a full pipe as stderr.
 unannounced
 file: full.sh [ -p "$0.p" ] || mkfifo "$0.p"
 file: full.sh exec 3<>"$0.p" 2>&3
@@ -8,4 +9,6 @@ file: full.sh exec "$@"
 wrap: sh $DIR/full.sh
 args: -i mi
 end
+log: argv: -i
+log: argv: mi
 log: stderr: Error: Interpreter mode not supported.

@@ -1,8 +1,7 @@
 # Lines typed while a command runs are answered in order after it (the empty line at once), and
 # so are thousands of pasted lines.
 unannounced
-host: on#1 -gdb-set @sleep 500
-host: on#1 -gdb-set $TOKEN^done
+host: on#1 -gdb-set @sleep 500 ;; $TOKEN^done
 > 1-gdb-set a
 > 2-list-features
 > 3-unknown-word

@@ -1,7 +1,6 @@
 # A user who stops reading while an engine floods fills every queue on the way; a terminate
 # request still ends the session, and the engine with it.
-host: on -gdb-set @flood 300000 &"flood line\n"
-host: on -gdb-set $TOKEN^done
+host: on -gdb-set @flood 300000 &"flood line\n" ;; $TOKEN^done
 > 8-gdb-set b
 sleep 500
 ! SIGTERM

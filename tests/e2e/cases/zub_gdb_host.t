@@ -5,7 +5,7 @@
 # own: its lines come as target-stream records at any point of a run (even before "^running"),
 # and a prompt without a line end ("Enter value: ") cannot glue itself to the next record;
 # "-exec-args" reaches gdb; a SIGINT interrupts the program; "quit" ends gdb without a record.
-engine: zub-gdb
+env: ZUBC_HOST=$BUILD/bin/zub-gdb
 args: --interpreter=mi $SAMPLE
 >... 1-break-insert sum_of_squares => 1\^done,bkpt=\{number="1",.*func="sum_of_squares".*
 > 2-interpreter-exec console "r"

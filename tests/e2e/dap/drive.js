@@ -13,7 +13,6 @@ const path = require('path');
 
 const [adapterJs, debuggerPath, program, scenarioName, logFile, ...envPairs] =
     process.argv.slice(2);
-const examples = path.resolve(__dirname, '../../../examples');
 // Where each program stops, what its frame holds on the first and second hit, where a step goes.
 const scenarios = {
   host: {file: 'sample.c', line: 29, func: 'main', locals: ['total', 'round'],
@@ -22,7 +21,7 @@ const scenarios = {
          expr: 'i * i', values: ['1', '4'], stepLine: 11},
 };
 const sc = scenarios[scenarioName];
-const source = path.join(examples, sc.file);
+const source = path.resolve(__dirname, '../../../examples', sc.file);
 const kWaitMs = 30000;
 let stepName = 'start';
 
@@ -32,12 +31,9 @@ adapter.stderr.on('data', (d) => (stderrText += d));
 
 // Every (pid, start time) seen under the adapter, so that cleanup never hits a reused pid.
 const seen = new Map();
-// Each of these may race with the process's end: a process gone reads as empty and ignores kill.
+// May race with the process's end: a process gone reads as empty.
 function readProc(pid, file) {
   try { return fs.readFileSync(`/proc/${pid}/${file}`, 'utf8'); } catch { return ''; }
-}
-function signal(pid, sig) {
-  try { process.kill(pid, sig); } catch {}
 }
 function procStat(pid) {
   const s = readProc(pid, 'stat');
@@ -98,11 +94,11 @@ adapter.stdout.on('data', (chunk) => {
 function check(ok, what, got) {
   if (!ok) throw new Error(`${what}; got ${JSON.stringify(got)}`);
 }
-function deadline(promise, what) {
+// Fails with "no WHAT" after `ms`.
+function deadline(promise, what, ms = kWaitMs) {
   let timer;
-  const late = new Promise((_, reject) => {
-    timer = setTimeout(() => reject(new Error(`no ${what} within ${kWaitMs / 1000} s`)), kWaitMs);
-  });
+  const late = new Promise((_, reject) =>
+    (timer = setTimeout(() => reject(new Error(`no ${what} within ${ms / 1000} s`)), ms)));
   return Promise.race([promise, late]).finally(() => clearTimeout(timer));
 }
 async function request(command, args = {}) {
@@ -195,20 +191,17 @@ async function session() {
         alive().map((pid) => `${pid} ${readProc(pid, 'comm').trim()}`));
 }
 
-// Ends what is left, by pid: SIGTERM, then SIGKILL after 3 s.
+// Ends what is left, by pid (one gone meanwhile is skipped): SIGTERM, then SIGKILL after 3 s.
 async function cleanup() {
   clearInterval(treeTimer);
   for (const sig of ['SIGTERM', 'SIGKILL']) {
-    for (const pid of alive()) signal(pid, sig);
+    for (const pid of alive()) try { process.kill(pid, sig); } catch {}
     for (let t = 0; t < 30 && alive().length; t++) await sleep(100);
   }
 }
 
 // The whole session is bounded too: a run that answers slowly at every step still ends.
-const kSessionMs = 100000;
-const late = new Promise((_, reject) => setTimeout(
-    () => reject(new Error(`the session took more than ${kSessionMs / 1000} s`)), kSessionMs));
-Promise.race([session(), late]).then(
+deadline(session(), 'end of the session', 100000).then(
   async () => {
     await cleanup();
     console.log(`dap ${scenarioName}: every step passed (${debuggerPath})`);
