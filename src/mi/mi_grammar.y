@@ -3,7 +3,6 @@
 // buffer, which outlives the parse; nodes wait in a pool and the stack holds their indexes. An
 // action moves a node out of the pool into its parent, and what a failed parse leaves in the
 // pool is released with it, so nothing on the stack needs a destructor.
-#include <boost/make_shared.hpp>
 #include <cstdio>
 #include <string>
 #include <string_view>
@@ -11,6 +10,7 @@
 #include <vector>
 
 #include "base/diagnostics.h"
+#include "mi/mi_node_alloc.h"
 #include "mi/mi_parser.h"
 #include "mi/mi_record.h"
 
@@ -67,7 +67,7 @@ struct MiResult {
 struct MiNodePool {
   template <class Node, class... Args>
   int add(Args&&... args) {
-    nodes.push_back(boost::make_shared<Node>(std::forward<Args>(args)...));
+    nodes.push_back(makeMiNode<Node>(std::forward<Args>(args)...));
     return static_cast<int>(nodes.size()) - 1;
   }
   MiRecordPtr take(int node) { return std::move(nodes[node]); }
@@ -95,7 +95,9 @@ void yyerror(yyscan_t scanner, MiNodePool& pool, const char* message);
 // A STRING token's text less its quotes; escape sequences stay as the engine wrote them.
 int addString(MiNodePool& pool, MiToken token) {
   const std::string_view text = pool.textOf(token);
-  return pool.add<MiString>(std::string(text.substr(1, text.size() - 2)));
+  const int node = pool.add<MiString>();
+  static_cast<MiString&>(*pool.nodes[node]).value.assign(text.data() + 1, text.size() - 2);
+  return node;
 }
 
 // Puts `result` in front of the results after it, which the map of `rest` already holds: a
@@ -111,7 +113,7 @@ void putFirst(MiNodePool& pool, int rest, int pending) {
       return;
     }
   }
-  entries.emplace_front(std::string(name), pool.take(result.node));
+  pushFrontMiEntry(entries, name, pool.take(result.node));
 }
 
 int makeMap(MiNodePool& pool, int pending) {
@@ -129,7 +131,7 @@ void chainTuples(MiNodePool& pool, int tuple, int next) {
 
 // Puts `item` in front of `list`: the lists are built from their last item backwards.
 int prepend(MiNodePool& pool, int item, int list) {
-  pool.list(list).elements.push_front(pool.take(item));
+  pushFrontMiElement(pool.list(list).elements, pool.take(item));
   return list;
 }
 

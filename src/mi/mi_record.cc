@@ -1,7 +1,8 @@
 #include "mi/mi_record.h"
 
-#include <boost/make_shared.hpp>
 #include <string_view>
+
+#include "mi/mi_node_alloc.h"
 
 namespace {
 
@@ -197,11 +198,11 @@ bool MiMap::findMiMap(const std::string& key, MiMap& out) const {
 }
 
 void MiMap::setString(const std::string& key, const std::string& text) {
-  (*this)[key] = boost::make_shared<MiString>(text);
+  (*this)[key] = makeMiNode<MiString>(text);
 }
 
 void MiMap::setList(const std::string& key, const std::list<MiRecordPtr>& items) {
-  auto list = boost::make_shared<MiList>();
+  auto list = makeMiNode<MiList>();
   list->elements = items;
   (*this)[key] = list;
 }
