@@ -1,4 +1,5 @@
 #pragma once
+#include <array>
 #include <boost/shared_ptr.hpp>
 #include <cstddef>
 #include <list>
@@ -15,15 +16,89 @@
 // each size, and the links of the maps' and lists' own lists (spliced out of a dying node and
 // into a new one, keys keeping their room). A node may be released on another thread than the
 // one that made it.
-void* takeMiNodeBlock(std::size_t size);
-void releaseMiNodeBlock(void* block, std::size_t size);
+void* takeMiNodeBlockFromHeap(std::size_t size);
 
-// Add an entry or an element at the front, in a cached link when there is one.
-void pushFrontMiEntry(std::list<MiMap::Entry>& entries, std::string_view key, MiRecordPtr value);
-void pushFrontMiElement(std::list<MiRecordPtr>& elements, MiRecordPtr element);
+// Links whose entries hold empty pointers.
+struct MiSpareLinks {
+  std::list<MiMap::Entry> entries;
+  std::list<MiRecordPtr> elements;
+};
+
+// The thread's caches. Constant-initialized and trivially destructible, so that reaching them
+// costs no guard; what is released after the thread ended its caches (a tree held by a static)
+// goes straight to the heap.
+struct MiNodeCaches {
+  // Sizes are rounded up to 16 bytes; larger blocks than the last class come from the heap.
+  static constexpr std::size_t kGrain = 16;
+  static constexpr std::size_t kClasses = 16;
+  // What a thread keeps of each kind at most: enough for a large record's tree.
+  static constexpr std::size_t kMaxKept = 1 << 15;
+
+  struct FreeBlock {
+    FreeBlock* next;
+  };
+
+  std::array<FreeBlock*, kClasses> heads;
+  std::array<std::size_t, kClasses> counts;
+  MiSpareLinks* spares;
+  bool closed;
+};
+
+extern constinit thread_local MiNodeCaches miNodeCaches;
+
+// The common paths, inline: a node takes and releases two blocks (the node and its count).
+inline void* takeMiNodeBlock(std::size_t size) {
+  const std::size_t sizeClass = (size - 1) / MiNodeCaches::kGrain;
+  if (sizeClass < MiNodeCaches::kClasses) {
+    MiNodeCaches::FreeBlock*& head = miNodeCaches.heads[sizeClass];
+    if (MiNodeCaches::FreeBlock* block = head) {
+      head = block->next;
+      --miNodeCaches.counts[sizeClass];
+      return block;
+    }
+  }
+  return takeMiNodeBlockFromHeap(size);
+}
+
+inline void releaseMiNodeBlock(void* block, std::size_t size) {
+  const std::size_t sizeClass = (size - 1) / MiNodeCaches::kGrain;
+  if (sizeClass < MiNodeCaches::kClasses &&
+      miNodeCaches.counts[sizeClass] < MiNodeCaches::kMaxKept && !miNodeCaches.closed) {
+    auto* freed = static_cast<MiNodeCaches::FreeBlock*>(block);
+    freed->next = miNodeCaches.heads[sizeClass];
+    miNodeCaches.heads[sizeClass] = freed;
+    ++miNodeCaches.counts[sizeClass];
+    return;
+  }
+  ::operator delete(block);
+}
+
 // Release the children of a dying node and keep its links; what the caches cannot take stays.
 void recycleMiEntries(std::list<MiMap::Entry>& entries);
 void recycleMiElements(std::list<MiRecordPtr>& elements);
+
+// Add an entry or an element at the front, in a cached link when there is one.
+inline void pushFrontMiEntry(std::list<MiMap::Entry>& entries, std::string_view key,
+                             MiRecordPtr value) {
+  MiSpareLinks* spare = miNodeCaches.spares;
+  if (!spare || spare->entries.empty()) {
+    entries.emplace_front(key, std::move(value));
+    return;
+  }
+  entries.splice(entries.begin(), spare->entries, spare->entries.begin());
+  entries.front().first.assign(key);
+  entries.front().second = std::move(value);
+}
+
+inline void pushFrontMiElement(std::list<MiRecordPtr>& elements, MiRecordPtr element) {
+  MiSpareLinks* spare = miNodeCaches.spares;
+  if (!spare || spare->elements.empty()) {
+    elements.push_front(std::move(element));
+    return;
+  }
+  elements.splice(elements.begin(), spare->elements, spare->elements.begin());
+  elements.front() = std::move(element);
+}
 
 // The standard allocator interface over those blocks, for the shared count of each node.
 template <class T>
