@@ -95,9 +95,10 @@ void yyerror(yyscan_t scanner, MiNodePool& pool, const char* message);
 // A STRING token's text less its quotes; escape sequences stay as the engine wrote them.
 int addString(MiNodePool& pool, MiToken token) {
   const std::string_view text = pool.textOf(token);
-  const int node = pool.add<MiString>();
-  static_cast<MiString&>(*pool.nodes[node]).value.assign(text.data() + 1, text.size() - 2);
-  return node;
+  boost::shared_ptr<MiString> node = makeMiNode<MiString>();
+  node->value.append(text.data() + 1, text.size() - 2);
+  pool.nodes.push_back(std::move(node));
+  return static_cast<int>(pool.nodes.size()) - 1;
 }
 
 // Puts `result` in front of the results after it, which the map of `rest` already holds: a
@@ -107,7 +108,8 @@ void putFirst(MiNodePool& pool, int rest, int pending) {
   std::list<MiMap::Entry>& entries = pool.map(rest).entries;
   const std::string_view name = pool.textOf(result.name);
   for (auto it = entries.begin(); it != entries.end(); ++it) {
-    if (it->first == name) {
+    // Names are never empty; most differ in length or in their first character.
+    if (it->first.size() == name.size() && it->first[0] == name[0] && it->first == name) {
       entries.splice(entries.begin(), entries, it);
       pool.nodes[result.node].reset();
       return;

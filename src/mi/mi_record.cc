@@ -30,6 +30,11 @@ bool isThreadIdKey(std::string_view key) {
   return key == "thread-id"sv || key == "current-thread-id"sv;
 }
 
+// The first character rules out most keys before any comparison.
+bool mayNameId(std::string_view key) {
+  return !key.empty() && (key[0] == 't' || key[0] == 'c' || key[0] == 'g');
+}
+
 // Every element of a "threads" list is a tuple whose first "id" is an engine thread id.
 bool convertThreadList(MiRecord& node, ThreadIdTable& table, const std::string& engineId) {
   MiList* threads = node.toMiList();
@@ -73,6 +78,7 @@ void MiString::append(std::string& out) const {
 
 // Pairs do not descend into their value; only maps rewrite a nested "thread-id".
 bool MiPair::replaceThreadIds(ThreadIdTable& table, const std::string& engineId) {
+  if (!mayNameId(name)) return true;
   if (isThreadIdKey(name) && !convertThreadId(*value, table, engineId)) return false;
   if (name == "group-id"sv && !replaceGroupId(*value)) return false;
   return true;
@@ -105,6 +111,7 @@ void MiList::append(std::string& out) const {
 bool MiMap::replaceThreadIds(ThreadIdTable& table, const std::string& engineId) {
   for (const auto& [key, value] : entries) {
     if (!value->replaceThreadIds(table, engineId)) return false;
+    if (!mayNameId(key)) continue;
     if (key == "threads"sv) {
       if (!convertThreadList(*value, table, engineId)) return false;
     } else if (isThreadIdKey(key)) {
