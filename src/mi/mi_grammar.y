@@ -3,6 +3,7 @@
 // buffer, which outlives the parse; nodes wait in a pool and the stack holds their indexes. An
 // action moves a node out of the pool into its parent, and what a failed parse leaves in the
 // pool is released with it, so nothing on the stack needs a destructor.
+#include <cstdint>
 #include <cstdio>
 #include <string>
 #include <string_view>
@@ -85,6 +86,9 @@ struct MiNodePool {
   const char* text = nullptr;  // the scanner's buffer
   std::vector<MiRecordPtr> nodes;
   std::vector<MiResult> results;
+  // For each map being built, one bit per name it holds (by a hash of the name), so that most
+  // results are known to be new without walking the entries.
+  std::vector<uint64_t> nameBits;
   int result = -1;
 };
 
@@ -107,19 +111,26 @@ void putFirst(MiNodePool& pool, int rest, int pending) {
   const MiResult result = pool.results[pending];
   std::list<MiMap::Entry>& entries = pool.map(rest).entries;
   const std::string_view name = pool.textOf(result.name);
-  for (auto it = entries.begin(); it != entries.end(); ++it) {
-    // Names are never empty; most differ in length or in their first character.
-    if (it->first.size() == name.size() && it->first[0] == name[0] && it->first == name) {
-      entries.splice(entries.begin(), entries, it);
-      pool.nodes[result.node].reset();
-      return;
+  // Names are never empty; most differ in length, in their first or in their last character.
+  const uint64_t bit = uint64_t{1} << ((name.size() * 5 + name.front() * 3 + name.back()) & 63);
+  uint64_t& names = pool.nameBits[rest];
+  if (names & bit) {
+    for (auto it = entries.begin(); it != entries.end(); ++it) {
+      if (it->first == name) {
+        entries.splice(entries.begin(), entries, it);
+        pool.nodes[result.node].reset();
+        return;
+      }
     }
   }
+  names |= bit;
   pushFrontMiEntry(entries, name, pool.take(result.node));
 }
 
 int makeMap(MiNodePool& pool, int pending) {
   const int map = pool.add<MiMap>(false);
+  if (pool.nameBits.size() < pool.nodes.size()) pool.nameBits.resize(pool.nodes.size());
+  pool.nameBits[map] = 0;
   putFirst(pool, map, pending);
   return map;
 }
