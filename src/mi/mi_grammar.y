@@ -48,7 +48,6 @@ struct MiTupleRun {
 }
 
 %code provides {
-int wemmilex(WEMMISTYPE* yylval, yyscan_t scanner);
 int wemmilex_init(yyscan_t* scanner);
 int wemmilex_destroy(yyscan_t scanner);
 void setBufferState(yyscan_t scanner, std::string& storage, const std::string& text);
@@ -57,6 +56,10 @@ const char* currentTokenText(yyscan_t scanner);
 }
 
 %code {
+// The scanner is compiled into this file (at its end), so that the parser's one call of it can
+// be inlined: a call per token cost as much as a tenth of a parse.
+static int wemmilex(WEMMISTYPE* yylval, yyscan_t scanner);
+
 // A name and its value before either has a place in the tree.
 struct MiResult {
   MiToken name;
@@ -295,3 +298,6 @@ bool parseMiRecord(const std::string& text, MiRecordPtr& out) {
   out = state.pool.take(state.pool.result);
   return true;
 }
+
+// The generated scanner; see the declaration of wemmilex above.
+#include "mi/mi_scanner.cc"
