@@ -102,7 +102,7 @@ void yyerror(yyscan_t scanner, MiNodePool& pool, const char* message);
 // A STRING token's text less its quotes; escape sequences stay as the engine wrote them.
 int addString(MiNodePool& pool, MiToken token) {
   const std::string_view text = pool.textOf(token);
-  boost::shared_ptr<MiString> node = makeMiNode<MiString>();
+  boost::shared_ptr<MiString> node = makeEmptyMiString();
   node->value.append(text.data() + 1, text.size() - 2);
   pool.nodes.push_back(std::move(node));
   return static_cast<int>(pool.nodes.size()) - 1;

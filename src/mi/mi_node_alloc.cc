@@ -28,8 +28,14 @@ struct Reclaimer {
         head = next;
       }
     }
-    delete miNodeCaches.spares;
-    miNodeCaches.spares = nullptr;
+    if (MiSpareLinks* spare = miNodeCaches.spares) {
+      for (MiString* parked : spare->strings) {
+        parked->~MiString();
+        ::operator delete(parked);
+      }
+      delete spare;
+      miNodeCaches.spares = nullptr;
+    }
   }
   bool armed = false;
 };
@@ -41,6 +47,7 @@ MiSpareLinks* spares() {
   if (!miNodeCaches.spares && !miNodeCaches.closed) {
     reclaimer.armed = true;  // the first use registers the clean-up
     miNodeCaches.spares = new MiSpareLinks;
+    miNodeCaches.spares->strings.reserve(MiSpareLinks::kMaxStrings);  // parking never allocates
   }
   return miNodeCaches.spares;
 }

@@ -7,21 +7,27 @@
 #include <string_view>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
 #include "mi/mi_record.h"
 
 // Memory for the nodes of value trees. A parse makes hundreds of small nodes and the previous
 // record's tree has just released as many, so what a released tree held waits in caches of the
 // thread that released it and the next parse takes it back without going to malloc: blocks of
-// each size, and the links of the maps' and lists' own lists (spliced out of a dying node and
-// into a new one, keys keeping their room). A node may be released on another thread than the
-// one that made it.
+// each size, the links of the maps' and lists' own lists (spliced out of a dying node and into a
+// new one, keys keeping their room), and string nodes with their room. A node may be released on
+// another thread than the one that made it.
 void* takeMiNodeBlockFromHeap(std::size_t size);
 
-// Links whose entries hold empty pointers.
+// Links whose entries hold empty pointers, and string nodes whose last owner let go, kept alive
+// and empty with their room for the next parse's strings.
 struct MiSpareLinks {
+  static constexpr std::size_t kMaxStrings = 4096;
+  static constexpr std::size_t kMaxStringRoom = 256;
+
   std::list<MiMap::Entry> entries;
   std::list<MiRecordPtr> elements;
+  std::vector<MiString*> strings;  // room for kMaxStrings from the start
 };
 
 // The thread's caches. Constant-initialized and trivially destructible, so that reaching them
@@ -118,9 +124,23 @@ struct MiNodeAllocator {
   }
 };
 
+// False when the caches cannot keep the node.
+inline bool parkMiString(MiString& node) {
+  MiSpareLinks* spare = miNodeCaches.spares;
+  if (!spare || spare->strings.size() >= MiSpareLinks::kMaxStrings ||
+      node.value.capacity() > MiSpareLinks::kMaxStringRoom)
+    return false;
+  node.value.clear();
+  spare->strings.push_back(&node);
+  return true;
+}
+
 template <class Node>
 struct MiNodeDeleter {
   void operator()(Node* node) const {
+    if constexpr (std::is_same_v<Node, MiString>) {
+      if (parkMiString(*node)) return;
+    }
     if constexpr (std::is_same_v<Node, MiMap>) {
       recycleMiEntries(node->entries);
       recycleMiElements(node->moreTuples);
@@ -146,4 +166,13 @@ boost::shared_ptr<Node> makeMiNode(Args&&... args) {
     throw;
   }
   return boost::shared_ptr<Node>(node, MiNodeDeleter<Node>(), MiNodeAllocator<Node>());
+}
+
+// An empty string node, a parked one when there is one.
+inline boost::shared_ptr<MiString> makeEmptyMiString() {
+  MiSpareLinks* spare = miNodeCaches.spares;
+  if (!spare || spare->strings.empty()) return makeMiNode<MiString>();
+  MiString* node = spare->strings.back();
+  spare->strings.pop_back();
+  return boost::shared_ptr<MiString>(node, MiNodeDeleter<MiString>(), MiNodeAllocator<MiString>());
 }
