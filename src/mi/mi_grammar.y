@@ -3,7 +3,7 @@
 // buffer, which outlives the parse; nodes wait in a pool and the stack holds their indexes. An
 // action moves a node out of the pool into its parent, and what a failed parse leaves in the
 // pool is released with it, so nothing on the stack needs a destructor.
-#include <boost/make_shared.hpp>
+#include <cstdint>
 #include <cstdio>
 #include <string>
 #include <string_view>
@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "base/diagnostics.h"
+#include "mi/mi_node_alloc.h"
 #include "mi/mi_parser.h"
 #include "mi/mi_record.h"
 
@@ -47,7 +48,6 @@ struct MiTupleRun {
 }
 
 %code provides {
-int wemmilex(WEMMISTYPE* yylval, yyscan_t scanner);
 int wemmilex_init(yyscan_t* scanner);
 int wemmilex_destroy(yyscan_t scanner);
 void setBufferState(yyscan_t scanner, std::string& storage, const std::string& text);
@@ -56,6 +56,10 @@ const char* currentTokenText(yyscan_t scanner);
 }
 
 %code {
+// The scanner is compiled into this file (at its end), so that the parser's one call of it can
+// be inlined: a call per token cost as much as a tenth of a parse.
+static int wemmilex(WEMMISTYPE* yylval, yyscan_t scanner);
+
 // A name and its value before either has a place in the tree.
 struct MiResult {
   MiToken name;
@@ -67,7 +71,7 @@ struct MiResult {
 struct MiNodePool {
   template <class Node, class... Args>
   int add(Args&&... args) {
-    nodes.push_back(boost::make_shared<Node>(std::forward<Args>(args)...));
+    nodes.push_back(makeMiNode<Node>(std::forward<Args>(args)...));
     return static_cast<int>(nodes.size()) - 1;
   }
   MiRecordPtr take(int node) { return std::move(nodes[node]); }
@@ -85,6 +89,9 @@ struct MiNodePool {
   const char* text = nullptr;  // the scanner's buffer
   std::vector<MiRecordPtr> nodes;
   std::vector<MiResult> results;
+  // For each map being built, one bit per name it holds (by a hash of the name), so that most
+  // results are known to be new without walking the entries.
+  std::vector<uint64_t> nameBits;
   int result = -1;
 };
 
@@ -95,7 +102,10 @@ void yyerror(yyscan_t scanner, MiNodePool& pool, const char* message);
 // A STRING token's text less its quotes; escape sequences stay as the engine wrote them.
 int addString(MiNodePool& pool, MiToken token) {
   const std::string_view text = pool.textOf(token);
-  return pool.add<MiString>(std::string(text.substr(1, text.size() - 2)));
+  boost::shared_ptr<MiString> node = makeEmptyMiString();
+  node->value.append(text.data() + 1, text.size() - 2);
+  pool.nodes.push_back(std::move(node));
+  return static_cast<int>(pool.nodes.size()) - 1;
 }
 
 // Puts `result` in front of the results after it, which the map of `rest` already holds: a
@@ -104,18 +114,26 @@ void putFirst(MiNodePool& pool, int rest, int pending) {
   const MiResult result = pool.results[pending];
   std::list<MiMap::Entry>& entries = pool.map(rest).entries;
   const std::string_view name = pool.textOf(result.name);
-  for (auto it = entries.begin(); it != entries.end(); ++it) {
-    if (it->first == name) {
-      entries.splice(entries.begin(), entries, it);
-      pool.nodes[result.node].reset();
-      return;
+  // Names are never empty; most differ in length, in their first or in their last character.
+  const uint64_t bit = uint64_t{1} << ((name.size() * 5 + name.front() * 3 + name.back()) & 63);
+  uint64_t& names = pool.nameBits[rest];
+  if (names & bit) {
+    for (auto it = entries.begin(); it != entries.end(); ++it) {
+      if (it->first == name) {
+        entries.splice(entries.begin(), entries, it);
+        pool.nodes[result.node].reset();
+        return;
+      }
     }
   }
-  entries.emplace_front(std::string(name), pool.take(result.node));
+  names |= bit;
+  pushFrontMiEntry(entries, name, pool.take(result.node));
 }
 
 int makeMap(MiNodePool& pool, int pending) {
   const int map = pool.add<MiMap>(false);
+  if (pool.nameBits.size() < pool.nodes.size()) pool.nameBits.resize(pool.nodes.size());
+  pool.nameBits[map] = 0;
   putFirst(pool, map, pending);
   return map;
 }
@@ -129,7 +147,7 @@ void chainTuples(MiNodePool& pool, int tuple, int next) {
 
 // Puts `item` in front of `list`: the lists are built from their last item backwards.
 int prepend(MiNodePool& pool, int item, int list) {
-  pool.list(list).elements.push_front(pool.take(item));
+  pushFrontMiElement(pool.list(list).elements, pool.take(item));
   return list;
 }
 
@@ -280,3 +298,6 @@ bool parseMiRecord(const std::string& text, MiRecordPtr& out) {
   out = state.pool.take(state.pool.result);
   return true;
 }
+
+// The generated scanner; see the declaration of wemmilex above.
+#include "mi/mi_scanner.cc"

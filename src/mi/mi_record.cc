@@ -1,7 +1,8 @@
 #include "mi/mi_record.h"
 
-#include <boost/make_shared.hpp>
 #include <string_view>
+
+#include "mi/mi_node_alloc.h"
 
 namespace {
 
@@ -27,6 +28,11 @@ bool replaceGroupId(MiRecord& node) {
 
 bool isThreadIdKey(std::string_view key) {
   return key == "thread-id"sv || key == "current-thread-id"sv;
+}
+
+// The first character rules out most keys before any comparison.
+bool mayNameId(std::string_view key) {
+  return !key.empty() && (key[0] == 't' || key[0] == 'c' || key[0] == 'g');
 }
 
 // Every element of a "threads" list is a tuple whose first "id" is an engine thread id.
@@ -72,6 +78,7 @@ void MiString::append(std::string& out) const {
 
 // Pairs do not descend into their value; only maps rewrite a nested "thread-id".
 bool MiPair::replaceThreadIds(ThreadIdTable& table, const std::string& engineId) {
+  if (!mayNameId(name)) return true;
   if (isThreadIdKey(name) && !convertThreadId(*value, table, engineId)) return false;
   if (name == "group-id"sv && !replaceGroupId(*value)) return false;
   return true;
@@ -104,6 +111,7 @@ void MiList::append(std::string& out) const {
 bool MiMap::replaceThreadIds(ThreadIdTable& table, const std::string& engineId) {
   for (const auto& [key, value] : entries) {
     if (!value->replaceThreadIds(table, engineId)) return false;
+    if (!mayNameId(key)) continue;
     if (key == "threads"sv) {
       if (!convertThreadList(*value, table, engineId)) return false;
     } else if (isThreadIdKey(key)) {
@@ -197,11 +205,11 @@ bool MiMap::findMiMap(const std::string& key, MiMap& out) const {
 }
 
 void MiMap::setString(const std::string& key, const std::string& text) {
-  (*this)[key] = boost::make_shared<MiString>(text);
+  (*this)[key] = makeMiNode<MiString>(text);
 }
 
 void MiMap::setList(const std::string& key, const std::list<MiRecordPtr>& items) {
-  auto list = boost::make_shared<MiList>();
+  auto list = makeMiNode<MiList>();
   list->elements = items;
   (*this)[key] = list;
 }

@@ -49,6 +49,7 @@ TEST(MiParser, TextsPrintBackOrWriteOneSyntaxErrorLine) {
   const std::pair<std::string, std::string> cases[] = {
       {R"(b="0",a="1",b="2",a="3")", R"(b="2",a="3")"},  // a repeated name: last value, first place
       {R"(l=[f="1",f="2"])", R"(l=[f="1",f="2"])"},      // lists keep repeated results
+      {R"(t={x="1",y="2",x="3"},u={y="4"})", R"(t={x="3",y="2"},u={y="4"})"},  // in a tuple
       {R"(s="a\"b",t="\\\"",u="\\\\",v="",w="\n\t")",
        R"(s="a\"b",t="\\\"",u="\\\\",v="",w="\n\t")"},
       {"s=\"line\nbreak\",t=\"end\\\nx\"", "s=\"line\nbreak\",t=\"end\\\nx\""},
