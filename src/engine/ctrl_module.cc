@@ -1,6 +1,7 @@
 #include "engine/ctrl_module.h"
 
 #include <fcntl.h>
+#include <sched.h>
 #include <signal.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
@@ -82,6 +83,10 @@ void closeBoth(const int fds[2]) {
 CtrlModule::CtrlModule(std::ostream& log, FILE* userIn, FILE* userOut)
     : userIO(userIn, userOut, &userInput, &userOutput), log(log) {
   userInput.setWakeup(&mainWakeup);
+  // On a single CPU the watch would only keep the threads that bring the event off it.
+  cpu_set_t cpus;
+  if (sched_getaffinity(0, sizeof cpus, &cpus) == 0 && CPU_COUNT(&cpus) > 1)
+    spinBeforeSleep = kSpinBeforeSleep;
 }
 
 CtrlModule::~CtrlModule() { userIO.stop(); }
@@ -335,5 +340,5 @@ void CtrlModule::flushUserOutput() {
 void CtrlModule::waitForEvent(std::chrono::milliseconds limit) {
   flushUserOutput();
   if (beforeWait) beforeWait();
-  mainWakeup.wait(limit);
+  mainWakeup.wait(limit, spinBeforeSleep);
 }

@@ -35,9 +35,13 @@ class SharedBuffer {
 
   // Waits while the buffer is full; an item put into a closed buffer is dropped silently.
   void put(T item) {
-    Lock lock(mutex);
-    while (!closed && items.size() >= capacity) pthread_cond_wait(&notFull, &mutex);
-    append(std::move(item));
+    bool wake = false;
+    {
+      Lock lock(mutex);
+      while (!closed && items.size() >= capacity) pthread_cond_wait(&notFull, &mutex);
+      wake = append(std::move(item)) && wakeup != nullptr;
+    }
+    if (wake) wakeup->notify();
   }
 
   // put() for each item in order, with one wake-up of the consumer for all of them.
@@ -51,20 +55,28 @@ class SharedBuffer {
   // returned.
   template <typename Items, typename GiveUp>
   bool putAllUnless(Items& batch, GiveUp giveUp) {
-    Lock lock(mutex);
-    for (T& item : batch) {
-      if (!closed && items.size() >= capacity) {
-        pthread_cond_signal(&notEmpty);
-        while (!closed && items.size() >= capacity) {
-          if (giveUp()) return false;
-          waitNotFullFor10Ms();
+    if (batch.empty()) return true;  // no wake-up for nothing: the consumer would only sleep again
+    bool wake = false;
+    {
+      Lock lock(mutex);
+      for (T& item : batch) {
+        if (!closed && items.size() >= capacity) {
+          pthread_cond_signal(&notEmpty);
+          if (wake) wakeup->notify();  // the consumer must come and make room
+          wake = false;
+          while (!closed && items.size() >= capacity) {
+            if (giveUp()) return false;
+            waitNotFullFor10Ms();
+          }
         }
+        if (closed) break;
+        wake = wake || (items.empty() && wakeup != nullptr);
+        items.push_back(std::move(item));
       }
-      if (closed) break;
-      if (items.empty() && wakeup != nullptr) wakeup->notify();
-      items.push_back(std::move(item));
+      pthread_cond_signal(&notEmpty);
     }
-    pthread_cond_signal(&notEmpty);
+    // Outside the lock: a consumer woken at once must not find the mutex still held.
+    if (wake) wakeup->notify();
     return true;
   }
 
@@ -154,13 +166,13 @@ class SharedBuffer {
     pthread_cond_timedwait(&notFull, &mutex, &limit);
   }
 
-  // Caller holds the mutex.
-  void append(T item) {
-    if (closed) return;
+  // Caller holds the mutex. True when the item went into an empty buffer.
+  bool append(T item) {
+    if (closed) return false;
     const bool wasEmpty = items.empty();
     items.push_back(std::move(item));
     pthread_cond_signal(&notEmpty);
-    if (wasEmpty && wakeup != nullptr) wakeup->notify();
+    return wasEmpty;
   }
 
   // Caller holds the mutex.
