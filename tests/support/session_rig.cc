@@ -16,7 +16,7 @@ SessionRig::SessionRig(const std::string& dir) : dir(dir), ctrl(log), session(ct
   // while text is still queued for it must not end the test.
   installSignalHandlers();
   signal(SIGPIPE, SIG_IGN);
-  for (const auto& [name, value] : e2e::fakeEngineEnv(dir)) setenv(name.c_str(), value->c_str(), 1);
+  for (const auto& [name, value] : e2e::fakeEngineEnv(dir)) setenv(name.c_str(), value.c_str(), 1);
   sigIntPending = false;
   sigQuitPending = false;
   sigTermPending = false;
