@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -13,7 +14,6 @@
 #include <boost/regex.hpp>
 #include <filesystem>
 #include <fstream>
-#include <set>
 #include <thread>
 
 #include "support/e2e.h"
@@ -241,7 +241,6 @@ class Peer {
       rig->run(text.substr(0, text.find('\n')));
       return true;
     }
-    see(false);
     const auto deadline = Clock::now() + e2e::kTimeout;
     for (size_t done = 0; done < text.size();) {
       if (stdinFd < 0 || Clock::now() > deadline) return false;
@@ -300,14 +299,9 @@ class Peer {
       return rig->logLines();
     }
     if (pid <= 0) return {};
-    if (!exited) {
-      see(true);
-      killpg(pid, SIGKILL);
-    }
+    if (!exited) killpg(pid, SIGKILL);
     if (!reaped) waitpid(pid, &status, 0);
-    for (const auto& [name, engine] : e2e::fakeEngines(dir))
-      if (engine > 0) seen.insert(engine);
-    for (pid_t below : seen) {
+    for (pid_t below : descendants()) {
       if (!exited) kill(below, SIGKILL);
       const bool gone = e2e::waitGone(below);
       EXPECT_TRUE(gone) << "process " << below << " is still running";
@@ -334,6 +328,7 @@ class Peer {
     envp.push_back(nullptr);
     args.push_back(nullptr);
     const int err = open((dir + "/stderr").c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    prctl(PR_SET_CHILD_SUBREAPER, 1);
     const pid_t child = fork();
     if (child == 0) {
       setpgid(0, 0);
@@ -365,7 +360,6 @@ class Peer {
     }
     if (outEof || Clock::now() > deadline) return false;
     pump(msLeft(deadline));
-    see(false);
     return true;
   }
   // Reads what stdout has within `ms` (0: only what is there).
@@ -377,12 +371,9 @@ class Peer {
     if (n > 0) out.append(buffer, static_cast<size_t>(n));
     outEof = n == 0 || (n < 0 && errno != EINTR);
   }
-  // Engines lead sessions of their own, so a group kill misses them: every process below the
-  // program, found by parent, is remembered. Looks at most every 20 ms unless `now`: cases
-  // exchange thousands of lines.
-  void see(bool now) {
-    if (pid <= 0 || (!now && Clock::now() < nextLook)) return;
-    nextLook = Clock::now() + Ms(20);
+  // Engines lead sessions of their own, so a group kill misses them; but every process the program
+  // started and left behind comes to the test, a subreaper, so all of them are below it.
+  static std::vector<pid_t> descendants() {
     std::multimap<pid_t, pid_t> children;
     for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
       if (!isdigit(entry.path().filename().string()[0])) continue;  // "self" and the like
@@ -392,12 +383,11 @@ class Peer {
       if (name != std::string::npos && sscanf(stat.c_str() + name + 2, "%*c %d", &parent) == 1)
         children.emplace(parent, std::stoi(entry.path().filename()));
     }
-    std::vector<pid_t> found{pid};
+    std::vector<pid_t> found{getpid()};
     for (size_t i = 0; i < found.size(); ++i)
-      for (auto [at, end] = children.equal_range(found[i]); at != end; ++at) {
-        seen.insert(at->second);
+      for (auto [at, end] = children.equal_range(found[i]); at != end; ++at)
         found.push_back(at->second);
-      }
+    return {found.begin() + 1, found.end()};
   }
 
   const std::string dir;
@@ -407,8 +397,6 @@ class Peer {
   pid_t pid = -1;
   int status = 0, stdinFd = -1, stdoutFd = -1;
   bool reaped = false, exited = false, ended = false, outEof = false;
-  std::set<pid_t> seen;  // every process the program started that the case saw
-  Clock::time_point nextLook;
 };
 
 // Runs the conversation; stops at the first step that fails.
