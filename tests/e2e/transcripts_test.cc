@@ -19,8 +19,6 @@
 #include "support/e2e.h"
 #include "support/session_rig.h"
 
-extern char** environ;
-
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -196,12 +194,11 @@ int msLeft(Clock::time_point deadline) {
 class Peer {
  public:
   // argv[0] is searched in PATH when it has no "/"; a failed exec shows as exit status 127.
-  Peer(const std::vector<std::string>& argv, const e2e::Env& env, const std::string& dir)
-      : dir(dir) {
-    started = start(argv, env);
+  Peer(const std::vector<std::string>& argv, const std::string& dir) : dir(dir) {
+    started = start(argv);
   }
   Peer(const Case& c, const std::string& dir) : dir(dir), rig(std::make_unique<SessionRig>(dir)) {
-    for (const auto& [name, value] : c.env)  // each case runs in a process of its own
+    for (const auto& [name, value] : c.env)  // after the rig's own, and empty ones unset
       value.empty() ? unsetenv(name.c_str()) : setenv(name.c_str(), value.c_str(), 1);
     for (const auto& [card, address] : c.cards) {
       rig->session.cardIpTable[card] = address;
@@ -312,20 +309,13 @@ class Peer {
   bool started = false;
 
  private:
-  bool start(const std::vector<std::string>& argv, const e2e::Env& env) {
+  bool start(std::vector<std::string> argv) {
     int in[2], outPipe[2];
     if (argv.empty() || pipe2(in, O_CLOEXEC) != 0) return false;
     if (pipe2(outPipe, O_CLOEXEC) != 0) return close(in[0]), close(in[1]), false;
     // Everything the child needs is built before fork: only async-signal-safe calls follow it.
-    std::vector<std::string> envText, argText = argv;
-    for (char** entry = environ; *entry; ++entry)
-      if (std::string text = *entry; !env.count(text.substr(0, text.find('='))))
-        envText.push_back(text);
-    for (const auto& [name, value] : env) envText.push_back(name + "=" + value);
-    std::vector<char*> envp, args;
-    for (auto& text : envText) envp.push_back(text.data());
-    for (auto& text : argText) args.push_back(text.data());
-    envp.push_back(nullptr);
+    std::vector<char*> args;
+    for (auto& text : argv) args.push_back(text.data());
     args.push_back(nullptr);
     const int err = open((dir + "/stderr").c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
     prctl(PR_SET_CHILD_SUBREAPER, 1);
@@ -337,7 +327,7 @@ class Peer {
       dup2(in[0], 0);
       dup2(outPipe[1], 1);
       if (err >= 0) dup2(err, 2);
-      execvpe(args[0], args.data(), envp.data());
+      execvp(args[0], args.data());
       _exit(127);
     }
     if (err >= 0) close(err);
@@ -450,21 +440,23 @@ TEST_P(Transcript, Runs) {
   for (const auto& [name, text] : c.scenarios) dir.write(name + ".scn", text);
   for (const auto& [name, text] : c.files)  // a wrapper or a stub command may be one
     chmod(dir.write(name, text).c_str(), 0755);
+  // Each case runs in a process of its own: the program inherits the environment made here.
+  for (const auto& [name, value] : e2e::fakeEngineEnv(dir.path))
+    setenv(name.c_str(), value.c_str(), 1);
+  setenv("WEM_LOG", dir.file("wem.log").c_str(), 1);
+  for (const auto& [name, value] : c.env) setenv(name.c_str(), value.c_str(), 1);
   std::vector<std::string> argv = c.wrap;
   if (!c.wrap.empty()) {  // a wrapper that cannot work here says so with status 77
     argv.push_back("true");
-    const int status = Peer(argv, c.env, dir.path).exitStatus();
+    const int status = Peer(argv, dir.path).exitStatus();
     if (status == 77) GTEST_SKIP() << e2e::readFile(dir.file("stderr"));
     ASSERT_EQ(status, 0) << e2e::readFile(dir.file("stderr"));
     argv.pop_back();
   }
-  e2e::Env env = e2e::fakeEngineEnv(dir.path);
-  env["WEM_LOG"] = dir.file("wem.log");
-  for (const auto& [name, value] : c.env) env[name] = value;
   argv.push_back(WEM_BINARY);
   argv.insert(argv.end(), c.args.begin(), c.args.end());
-  const auto peer = c.inProcess ? std::make_unique<Peer>(c, dir.path)
-                                : std::make_unique<Peer>(argv, env, dir.path);
+  const auto peer =
+      c.inProcess ? std::make_unique<Peer>(c, dir.path) : std::make_unique<Peer>(argv, dir.path);
   ASSERT_TRUE(peer->started) << "cannot start the program or its engines";
   converse(path, c, *peer);
   checkLog(path, c, peer->finish());
