@@ -16,7 +16,6 @@
 #include <fstream>
 #include <thread>
 
-#include "support/e2e.h"
 #include "support/session_rig.h"
 
 namespace {
@@ -35,7 +34,7 @@ struct Step {
 struct Case {
   std::map<std::string, std::string> scenarios;  // fake engine scenario files by name
   std::vector<std::string> args{"--interpreter=mi"};
-  e2e::Env env;
+  std::map<std::string, std::string> env;
   std::vector<std::string> wrap;  // a command that runs the program (tools/simulate-card)
   bool inProcess = false;
   bool announced = true;  // the conversation begins with the announcement of group i1
