@@ -30,7 +30,7 @@ class Commands : public testing::Test {
     return std::find(log.begin(), log.end(), line) != log.end();
   }
   e2e::TempDir dir;
-  SessionRig rig{dir.path()};
+  SessionRig rig{dir.path};
 };
 
 TEST_F(Commands, InterruptReachesOnlyEnginesThatHaveNotAnswered) {
@@ -90,7 +90,7 @@ TEST_F(Commands, ExecutionProtocolFaultsEndTheSessionBesideACard) {
   for (const auto& [host, fault] : faults) {
     SCOPED_TRACE(host);
     e2e::TempDir each;
-    SessionRig faulty(each.path());
+    SessionRig faulty(each.path);
     each.write("i.scn", host);
     each.write("vek.scn",
                "on -exec-continue $TOKEN^running\non SIGINT @sleep 500\n"

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -13,17 +14,12 @@
 #include <boost/regex.hpp>
 #include <filesystem>
 #include <fstream>
-#include <set>
 #include <thread>
 
-#include "support/e2e.h"
 #include "support/session_rig.h"
-
-extern char** environ;
 
 namespace {
 
-namespace fs = std::filesystem;
 using Clock = std::chrono::steady_clock;
 using e2e::Ms;
 
@@ -38,7 +34,7 @@ struct Step {
 struct Case {
   std::map<std::string, std::string> scenarios;  // fake engine scenario files by name
   std::vector<std::string> args{"--interpreter=mi"};
-  e2e::EnvChanges env;
+  std::map<std::string, std::string> env;
   std::vector<std::string> wrap;  // a command that runs the program (tools/simulate-card)
   bool inProcess = false;
   bool announced = true;  // the conversation begins with the announcement of group i1
@@ -184,16 +180,43 @@ bool parseCase(const std::string& path, const std::string& dir, Case& c) {
   return true;
 }
 
-// What a conversation talks to: the program as a child, or a session in process. Both cut
-// their output into lines here.
+int msLeft(Clock::time_point deadline) {
+  return static_cast<int>(
+      std::max<long>(0, std::chrono::ceil<Ms>(deadline - Clock::now()).count()));
+}
+
+// What a conversation talks to: the program as a child process, leader of its own process group,
+// with stdin and stdout on pipes and stderr in a file; or a session in process. Stdout is read
+// only while the case waits for it, so everything runs on one thread; writes keep reading stdout
+// so that neither side can block the other. Ending kills the child, and every process below it,
+// by pid.
 class Peer {
  public:
-  virtual ~Peer() = default;
-  virtual bool send(const std::string& text) = 0;
-  // Steps only a child process can take; false when the step fails or does not apply.
-  virtual bool control(const Step& step) = 0;
-  // Ends the program or session and everything it started; returns the log.
-  virtual std::vector<std::string> finish() = 0;
+  // argv[0] is searched in PATH when it has no "/"; a failed exec shows as exit status 127.
+  Peer(const std::vector<std::string>& argv, const std::string& dir) : dir(dir) {
+    started = start(argv);
+  }
+  Peer(const Case& c, const std::string& dir) : dir(dir), rig(std::make_unique<SessionRig>(dir)) {
+    for (const auto& [name, value] : c.env)  // after the rig's own, and empty ones unset
+      value.empty() ? unsetenv(name.c_str()) : setenv(name.c_str(), value.c_str(), 1);
+    for (const auto& [card, address] : c.cards) {
+      rig->session.cardIpTable[card] = address;
+      rig->session.ipCardTable[address] = card;
+    }
+    std::string zubId;
+    started = rig->spawnHost(zubId);
+    rig->session.currentZubId = zubId;
+    for (const std::vector<std::string>& spawn : c.spawns)
+      started = started && (spawn.size() == 3 && spawn[0] == "vek"
+                                ? rig->spawnCard(spawn[1], spawn[2], zubId)
+                                : spawn.size() == 1 && spawn[0] == "i" && rig->spawnHost(zubId));
+  }
+  ~Peer() {
+    finish();
+    if (pid > 0) killpg(pid, SIGKILL);
+    if (stdinFd >= 0) close(stdinFd);
+    if (stdoutFd >= 0) close(stdoutFd);
+  }
 
   // The next line without its newline; false when none comes before the deadline.
   bool readLine(std::string& line) {
@@ -209,41 +232,11 @@ class Peer {
     more(Clock::now());
     return out.substr(consumed);
   }
-  bool started = false;
-
- protected:
-  // Adds output to `out`; false when none can come before the deadline.
-  virtual bool more(Clock::time_point deadline) = 0;
-  std::string out;
-  size_t consumed = 0;
-};
-
-int msLeft(Clock::time_point deadline) {
-  return static_cast<int>(
-      std::max<long>(0, std::chrono::ceil<Ms>(deadline - Clock::now()).count()));
-}
-
-// A child process, leader of its own process group, with stdin and stdout on pipes and stderr in
-// a file. Stdout is read only while the case waits for it, so everything runs on one thread;
-// writes keep reading stdout so that neither side can block the other. Ending kills the child,
-// and every process below it, by pid.
-class ProgramPeer : public Peer {
- public:
-  // argv[0] is searched in PATH when it has no "/"; a failed exec shows as exit status 127.
-  ProgramPeer(const std::vector<std::string>& argv, const e2e::EnvChanges& env,
-              const std::string& dir)
-      : dir(dir) {
-    started = start(argv, env, dir + "/stderr");
-  }
-  ~ProgramPeer() override {
-    finish();
-    if (pid > 0) killpg(pid, SIGKILL);
-    if (stdinFd >= 0) close(stdinFd);
-    if (stdoutFd >= 0) close(stdoutFd);
-  }
-
-  bool send(const std::string& text) override {
-    see(false);
+  bool send(const std::string& text) {
+    if (rig) {
+      rig->run(text.substr(0, text.find('\n')));
+      return true;
+    }
     const auto deadline = Clock::now() + e2e::kTimeout;
     for (size_t done = 0; done < text.size();) {
       if (stdinFd < 0 || Clock::now() > deadline) return false;
@@ -260,9 +253,11 @@ class ProgramPeer : public Peer {
     }
     return true;
   }
-  bool control(const Step& step) override {
+  // Steps only a child process can take; false when the step fails.
+  bool control(const Step& step) {
     static const std::map<std::string, int> kSignals = {
         {"SIGINT", SIGINT}, {"SIGTERM", SIGTERM}, {"SIGQUIT", SIGQUIT}, {"SIGKILL", SIGKILL}};
+    if (rig) return false;
     if (step.verb == "!")
       return kSignals.count(step.text) && !reaped && kill(pid, kSignals.at(step.text)) == 0;
     if (step.verb == "close") {
@@ -270,41 +265,39 @@ class ProgramPeer : public Peer {
       stdinFd = -1;
       return true;
     }
-    if (step.verb == "quiet" || step.verb == "end") {
-      const auto deadline =
-          Clock::now() + (step.verb == "end" ? e2e::kTimeout : Ms(std::stoi(step.text)));
+    const bool end = step.verb == "end";
+    if (step.verb == "quiet" || end) {
+      const auto deadline = Clock::now() + (end ? e2e::kTimeout : Ms(std::stoi(step.text)));
       while (!outEof && Clock::now() < deadline) pump(msLeft(deadline));
-      if (consumed != out.size() || (step.verb == "end" && !outEof)) return false;
-      if (step.verb == "quiet") return true;
+      if (consumed != out.size() || (end && !outEof)) return false;
+      if (!end) return true;
     }
-    if (step.verb != "exit" && step.verb != "end") return false;
-    exited = exitStatus() == (step.verb == "end" ? 0 : std::stoi(step.text));
+    exited = exitStatus() == (end ? 0 : std::stoi(step.text));
     return exited;
   }
   // The exit code, or -1 when the child does not exit normally before the deadline.
   int exitStatus() {
     const auto deadline = Clock::now() + e2e::kTimeout;
-    while (!reaped) {
-      const pid_t done = waitpid(pid, &status, WNOHANG);
+    for (pid_t done; !reaped; usleep(2000)) {
+      done = waitpid(pid, &status, WNOHANG);
       reaped = done == pid;
       if (done < 0 || (!reaped && Clock::now() > deadline)) return -1;
-      if (!reaped) std::this_thread::sleep_for(Ms(2));
     }
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
   }
-  // Ends the program and every process it started (engines and what they debug); after a clean
-  // exit none may be left.
-  std::vector<std::string> finish() override {
-    if (ended || pid <= 0) return {};
+  // Ends the program or session and every process it started (engines and what they debug);
+  // after a clean exit none may be left. Returns the log.
+  std::vector<std::string> finish() {
+    if (ended) return {};
     ended = true;
-    if (!exited) {
-      see(true);
-      killpg(pid, SIGKILL);
+    if (rig) {
+      rig->stop();
+      return rig->logLines();
     }
+    if (pid <= 0) return {};
+    if (!exited) killpg(pid, SIGKILL);
     if (!reaped) waitpid(pid, &status, 0);
-    for (const auto& [name, engine] : e2e::fakeEngines(dir))
-      if (engine > 0) seen.insert(engine);
-    for (pid_t below : seen) {
+    for (pid_t below : descendants()) {
       if (!exited) kill(below, SIGKILL);
       const bool gone = e2e::waitGone(below);
       EXPECT_TRUE(gone) << "process " << below << " is still running";
@@ -312,26 +305,19 @@ class ProgramPeer : public Peer {
     }
     return e2e::readLogLines(dir + "/wem.log");
   }
+  bool started = false;
 
  private:
-  bool start(const std::vector<std::string>& argv, const e2e::EnvChanges& env,
-             const std::string& stderrPath) {
+  bool start(std::vector<std::string> argv) {
     int in[2], outPipe[2];
     if (argv.empty() || pipe2(in, O_CLOEXEC) != 0) return false;
     if (pipe2(outPipe, O_CLOEXEC) != 0) return close(in[0]), close(in[1]), false;
     // Everything the child needs is built before fork: only async-signal-safe calls follow it.
-    std::vector<std::string> envText, argText = argv;
-    for (char** entry = environ; *entry; ++entry)
-      if (std::string text = *entry; !env.count(text.substr(0, text.find('='))))
-        envText.push_back(text);
-    for (const auto& [name, value] : env)
-      if (value) envText.push_back(name + "=" + *value);
-    std::vector<char*> envp, args;
-    for (auto& text : envText) envp.push_back(text.data());
-    for (auto& text : argText) args.push_back(text.data());
-    envp.push_back(nullptr);
+    std::vector<char*> args;
+    for (auto& text : argv) args.push_back(text.data());
     args.push_back(nullptr);
-    const int err = open(stderrPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    const int err = open((dir + "/stderr").c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    prctl(PR_SET_CHILD_SUBREAPER, 1);
     const pid_t child = fork();
     if (child == 0) {
       setpgid(0, 0);
@@ -340,7 +326,7 @@ class ProgramPeer : public Peer {
       dup2(in[0], 0);
       dup2(outPipe[1], 1);
       if (err >= 0) dup2(err, 2);
-      execvpe(args[0], args.data(), envp.data());
+      execvp(args[0], args.data());
       _exit(127);
     }
     if (err >= 0) close(err);
@@ -354,10 +340,15 @@ class ProgramPeer : public Peer {
     pid = child;
     return true;
   }
-  bool more(Clock::time_point deadline) override {
+  // Adds output to `out`; false when none can come before the deadline (in process: none came).
+  bool more(Clock::time_point deadline) {
+    if (rig) {
+      const std::string added = rig->userOutput();
+      out += added;
+      return !added.empty();
+    }
     if (outEof || Clock::now() > deadline) return false;
     pump(msLeft(deadline));
-    see(false);
     return true;
   }
   // Reads what stdout has within `ms` (0: only what is there).
@@ -369,74 +360,32 @@ class ProgramPeer : public Peer {
     if (n > 0) out.append(buffer, static_cast<size_t>(n));
     outEof = n == 0 || (n < 0 && errno != EINTR);
   }
-  // Engines lead sessions of their own, so a group kill misses them: every process below the
-  // program, found by parent, is remembered. Looks at most every 20 ms unless `now`: cases
-  // exchange thousands of lines.
-  void see(bool now) {
-    if (pid <= 0 || (!now && Clock::now() < nextLook)) return;
-    nextLook = Clock::now() + Ms(20);
+  // Engines lead sessions of their own, so a group kill misses them; but every process the program
+  // started and left behind comes to the test, a subreaper, so all of them are below it.
+  static std::vector<pid_t> descendants() {
     std::multimap<pid_t, pid_t> children;
-    for (const auto& entry : fs::directory_iterator("/proc")) {
+    for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
       if (!isdigit(entry.path().filename().string()[0])) continue;  // "self" and the like
       const std::string stat = e2e::readFile(entry.path() / "stat");
-      const size_t close = stat.rfind(") ");
-      if (close == std::string::npos) continue;
-      std::istringstream fields(stat.substr(close + 2));
-      std::string state;
+      const size_t name = stat.rfind(") ");
       pid_t parent = 0;
-      fields >> state >> parent;
-      children.emplace(parent, std::stoi(entry.path().filename()));
+      if (name != std::string::npos && sscanf(stat.c_str() + name + 2, "%*c %d", &parent) == 1)
+        children.emplace(parent, std::stoi(entry.path().filename()));
     }
-    std::vector<pid_t> found{pid};
+    std::vector<pid_t> found{getpid()};
     for (size_t i = 0; i < found.size(); ++i)
-      for (auto [at, end] = children.equal_range(found[i]); at != end; ++at) {
-        seen.insert(at->second);
+      for (auto [at, end] = children.equal_range(found[i]); at != end; ++at)
         found.push_back(at->second);
-      }
+    return {found.begin() + 1, found.end()};
   }
 
   const std::string dir;
+  std::unique_ptr<SessionRig> rig;
+  std::string out;
+  size_t consumed = 0;
   pid_t pid = -1;
   int status = 0, stdinFd = -1, stdoutFd = -1;
   bool reaped = false, exited = false, ended = false, outEof = false;
-  std::set<pid_t> seen;  // every process the program started that the case saw
-  Clock::time_point nextLook;
-};
-
-class InProcessPeer : public Peer {
- public:
-  InProcessPeer(const Case& c, const std::string& dir) : rig(dir) {
-    for (const auto& [name, value] : c.env)  // each case runs in a process of its own
-      value->empty() ? unsetenv(name.c_str()) : setenv(name.c_str(), value->c_str(), 1);
-    for (const auto& [card, address] : c.cards) {
-      rig.session.cardIpTable[card] = address;
-      rig.session.ipCardTable[address] = card;
-    }
-    std::string zubId;
-    started = rig.spawnHost(zubId);
-    rig.session.currentZubId = zubId;
-    for (const std::vector<std::string>& spawn : c.spawns)
-      started = started && (spawn.size() == 3 && spawn[0] == "vek"
-                                ? rig.spawnCard(spawn[1], spawn[2], zubId)
-                                : spawn.size() == 1 && spawn[0] == "i" && rig.spawnHost(zubId));
-  }
-  bool send(const std::string& text) override {
-    rig.run(text.substr(0, text.find('\n')));
-    return true;
-  }
-  bool control(const Step&) override { return false; }
-  std::vector<std::string> finish() override {
-    rig.stop();
-    return rig.logLines();
-  }
-
- private:
-  bool more(Clock::time_point) override {
-    const std::string added = rig.userOutput();
-    out += added;
-    return !added.empty();
-  }
-  SessionRig rig;
 };
 
 // Runs the conversation; stops at the first step that fails.
@@ -486,28 +435,27 @@ TEST_P(Transcript, Runs) {
   const std::string path = kCases + "/" + GetParam() + ".t";
   e2e::TempDir dir;
   Case c;
-  ASSERT_TRUE(parseCase(path, dir.path(), c));
+  ASSERT_TRUE(parseCase(path, dir.path, c));
   for (const auto& [name, text] : c.scenarios) dir.write(name + ".scn", text);
   for (const auto& [name, text] : c.files)  // a wrapper or a stub command may be one
     chmod(dir.write(name, text).c_str(), 0755);
+  // Each case runs in a process of its own: the program inherits the environment made here.
+  for (const auto& [name, value] : e2e::fakeEngineEnv(dir.path))
+    setenv(name.c_str(), value.c_str(), 1);
+  setenv("WEM_LOG", dir.file("wem.log").c_str(), 1);
+  for (const auto& [name, value] : c.env) setenv(name.c_str(), value.c_str(), 1);
   std::vector<std::string> argv = c.wrap;
   if (!c.wrap.empty()) {  // a wrapper that cannot work here says so with status 77
     argv.push_back("true");
-    const int status = ProgramPeer(argv, c.env, dir.path()).exitStatus();
+    const int status = Peer(argv, dir.path).exitStatus();
     if (status == 77) GTEST_SKIP() << e2e::readFile(dir.file("stderr"));
     ASSERT_EQ(status, 0) << e2e::readFile(dir.file("stderr"));
     argv.pop_back();
   }
-  e2e::EnvChanges env = e2e::fakeEngineEnv(dir.path());
-  env["WEM_LOG"] = dir.file("wem.log");
-  for (const auto& [name, value] : c.env) env[name] = value;
   argv.push_back(WEM_BINARY);
   argv.insert(argv.end(), c.args.begin(), c.args.end());
-  std::unique_ptr<Peer> peer;
-  if (c.inProcess)
-    peer = std::make_unique<InProcessPeer>(c, dir.path());
-  else
-    peer = std::make_unique<ProgramPeer>(argv, env, dir.path());
+  const auto peer =
+      c.inProcess ? std::make_unique<Peer>(c, dir.path) : std::make_unique<Peer>(argv, dir.path);
   ASSERT_TRUE(peer->started) << "cannot start the program or its engines";
   converse(path, c, *peer);
   checkLog(path, c, peer->finish());

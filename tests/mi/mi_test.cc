@@ -17,12 +17,6 @@ std::string print(const MiRecord& record) {
   return out;
 }
 
-MiRecordPtr parseRecord(const std::string& text) {
-  MiRecordPtr record;
-  EXPECT_TRUE(parseMiRecord(text, record)) << text;
-  return record;
-}
-
 // The printed tree, or "!" and the syntax-error line written on failure, when `out` must stay.
 std::string parse(const std::string& text) {
   MiRecordPtr record = boost::make_shared<MiString>("before");
@@ -166,7 +160,8 @@ TEST(MiRecord, ThreadIdsBecomeUserIdsAndCardGroupsTheHostGroup) {
   for (const std::vector<Row>& rows : groups) {
     ThreadIdTable table;
     for (const Row& row : rows) {
-      MiRecordPtr record = parseRecord(row.input);
+      MiRecordPtr record;
+      ASSERT_TRUE(parseMiRecord(row.input, record)) << row.input;
       const bool rewritten = record->replaceThreadIds(table, row.engine);
       EXPECT_EQ((rewritten ? "" : "!") + print(*record), row.output) << row.input;
     }

@@ -47,6 +47,7 @@
 namespace {
 
 using Clock = std::chrono::steady_clock;
+using Ms = std::chrono::milliseconds;
 using Answer = std::vector<std::string>;
 
 struct Key {
@@ -57,17 +58,13 @@ struct Key {
   std::map<unsigned, Answer> numbered;
 };
 
-struct Delayed {
-  Clock::time_point due;
-  std::string step, token;
-};
-
 int recordFd = -1;
 int sigintPipe[2] = {-1, -1};
 std::string pidText;
 Answer banner;
 std::vector<Key> keys;
-std::vector<Delayed> delayed;  // by due time; equal due times keep the order of scheduling
+// Steps by due time, with the token of their line; equal due times keep the order of scheduling.
+std::multimap<Clock::time_point, std::pair<std::string, std::string>> delayed;
 
 void onSigint(int) {
   const int saved = errno;
@@ -90,21 +87,11 @@ void writeAll(int fd, const std::string& text) {
   }
 }
 
-void record(const std::string& text) {
-  if (recordFd >= 0) writeAll(recordFd, text);
-}
-
 // Splits "WORD REST" at the first run of blanks.
 std::pair<std::string, std::string> splitWord(const std::string& text) {
   const size_t end = std::min(text.find(' '), text.size());
   const size_t rest = std::min(text.find_first_not_of(' ', end), text.size());
   return {text.substr(0, end), text.substr(rest)};
-}
-
-long number(const std::string& text) {
-  if (text.empty() || text.find_first_not_of("0123456789") != std::string::npos)
-    die("not a number: " + text);
-  return std::strtol(text.c_str(), nullptr, 10);
 }
 
 Key& keyFor(const std::string& text) {
@@ -136,7 +123,7 @@ void load(const std::string& path) {
       Key& key = keyFor(rest.substr(0, keyEnd));
       rest = rest.substr(std::min(rest.find_first_not_of(' ', keyEnd), rest.size()));
       answer = verb == "on" ? (key.every ? &*key.every : &key.every.emplace())
-                            : &key.numbered[static_cast<unsigned>(number(verb.substr(3)))];
+                            : &key.numbered[std::stoul(verb.substr(3))];
     } else {
       die(path + ": unknown directive " + verb);
     }
@@ -171,20 +158,17 @@ bool runStep(const std::string& step, const std::string& token) {
   } else if (word == "@noprompt") {
     return false;
   } else if (word == "@sleep") {
-    std::this_thread::sleep_for(std::chrono::milliseconds(number(count)));
+    std::this_thread::sleep_for(Ms(std::stol(count)));
   } else if (word == "@after") {
-    const Delayed later{Clock::now() + std::chrono::milliseconds(number(count)), tail, token};
-    delayed.insert(std::upper_bound(delayed.begin(), delayed.end(), later,
-                                    [](auto& a, auto& b) { return a.due < b.due; }),
-                   later);
+    delayed.emplace(Clock::now() + Ms(std::stol(count)), std::pair(tail, token));
   } else if (word == "@cancel") {
     delayed.clear();
   } else if (word == "@exit") {
     if (count == "KILL") kill(getpid(), SIGKILL);
-    _exit(static_cast<int>(number(count)));
+    _exit(std::stoi(count));
   } else if (word == "@flood") {
     std::string chunk;
-    for (long i = number(count); i > 0; --i) chunk += tail + "\n";
+    for (long i = std::stol(count); i > 0; --i) chunk += tail + "\n";
     writeAll(1, chunk);
   } else if (word == "@text") {
     writeAll(1, rest + "\n");
@@ -217,7 +201,7 @@ const Answer* answerFor(const std::string& line, const std::string& word) {
 }
 
 void handleLine(const std::string& line) {
-  record(line + "\n");
+  writeAll(recordFd, line + "\n");
   const size_t tokenEnd = std::min(line.find_first_not_of("0123456789"), line.size());
   const std::string token = line.substr(0, tokenEnd);
   const std::string word = splitWord(line.substr(tokenEnd)).first;
@@ -231,34 +215,27 @@ void handleLine(const std::string& line) {
   }
 }
 
-void runDueSteps() {
-  while (!delayed.empty() && delayed.front().due <= Clock::now()) {
-    const Delayed step = delayed.front();
-    delayed.erase(delayed.begin());
-    runStep(step.step, step.token);
-  }
-}
-
-int msToNextStep() {
-  if (delayed.empty()) return -1;
-  const auto left = delayed.front().due - Clock::now();
-  return static_cast<int>(
-      std::max<long>(0, std::chrono::ceil<std::chrono::milliseconds>(left).count()));
-}
-
 [[noreturn]] void serve() {
   answer(banner, "");
   int input = 0;
   std::string pending;
   for (;;) {
     pollfd fds[2] = {{input, POLLIN, 0}, {sigintPipe[0], POLLIN, 0}};
-    const int ready = poll(fds, 2, msToNextStep());
-    runDueSteps();
+    long wait = -1;  // ms until the next delayed step is due
+    if (!delayed.empty())
+      wait =
+          std::max<long>(0, std::chrono::ceil<Ms>(delayed.begin()->first - Clock::now()).count());
+    const int ready = poll(fds, 2, static_cast<int>(wait));
+    while (!delayed.empty() && delayed.begin()->first <= Clock::now()) {
+      const auto [step, token] = delayed.begin()->second;
+      delayed.erase(delayed.begin());
+      runStep(step, token);
+    }
     // The handler has run by the time poll returns: an interrupt sent before a line is always
     // handled before that line.
     char bytes[65536];
     for (ssize_t n = read(sigintPipe[0], bytes, sizeof bytes); n > 0; --n) {
-      record("<SIGINT>\n");
+      writeAll(recordFd, "<SIGINT>\n");
       if (const Answer* steps = answerFor("SIGINT", "SIGINT")) answer(*steps, "");
     }
     if (ready <= 0 || !(fds[0].revents & (POLLIN | POLLHUP | POLLERR))) continue;
@@ -298,14 +275,13 @@ std::string claimName(const std::string& dir, const std::string& prefix) {
 
 int main(int argc, char** argv) {
   pidText = std::to_string(getpid());
+  recordFd = open("/dev/null", O_WRONLY);  // unless a directory wants the lines
   std::string prefix = "i";
   for (int i = 1; i < argc; ++i)
     if (std::strncmp(argv[i], "-rconnect=", 10) == 0) prefix = "vek";
   signal(SIGPIPE, SIG_IGN);
   if (pipe2(sigintPipe, O_NONBLOCK) != 0) die("cannot create the signal pipe");
-  struct sigaction action = {};
-  action.sa_handler = onSigint;
-  sigaction(SIGINT, &action, nullptr);
+  signal(SIGINT, onSigint);
 
   if (const char* dir = std::getenv("WEM_FAKE_DIR"); dir && *dir) {
     const std::string name = claimName(dir, prefix), base = std::string(dir) + "/";

@@ -122,22 +122,20 @@ function nextEvent(name) {
   }), `"${name}" event`);
 }
 
-async function topFrame(threadId, line) {
+async function expectValue(frameId, value) {
+  const r = await request('evaluate', {expression: sc.expr, frameId, context: 'watch'});
+  check(r.result === value, `"${sc.expr}" should be ${value}`, r);
+}
+// The next stop, for this reason, with the program's function at `line` on top of its thread.
+async function stopAt(reason, line) {
+  const {reason: why, threadId} = await nextEvent('stopped');
+  check(why === reason, `the stop should be a ${reason}`, why);
   const {stackFrames: frames} = await request('stackTrace', {threadId, startFrame: 0, levels: 20});
   const top = frames && frames[0];
   check(top && top.name.includes(sc.func) && top.line === line && top.source &&
         path.basename(top.source.path || '') === sc.file,
         `the top frame should be ${sc.func} at ${sc.file}:${line}`, frames);
-  return top;
-}
-async function expectValue(frameId, value) {
-  const r = await request('evaluate', {expression: sc.expr, frameId, context: 'watch'});
-  check(r.result === value, `"${sc.expr}" should be ${value}`, r);
-}
-async function stopAt(reason, line) {
-  const ev = await nextEvent('stopped');
-  check(ev.reason === reason, `the stop should be a ${reason}`, ev);
-  return {threadId: ev.threadId, top: await topFrame(ev.threadId, line)};
+  return {threadId, top};
 }
 
 async function session() {
