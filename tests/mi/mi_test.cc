@@ -58,6 +58,8 @@ TEST(MiParser, TextsPrintBackOrWriteOneSyntaxErrorLine) {
       {R"(b={n="1"},{n="2"},b="3")", R"(b="3")"},
       {R"(l=[b={},{}])", R"(l=[b={},{}])"},
       {"", "!"},
+      {std::string("\0\xff", 2), "!"},  // fuzzer: every byte value scans
+      {std::string("a=\"\0\xff\"", 6), std::string("a=\"\0\xff\"", 6)},
       {R"("x",a="1")", "!\"x\""},
       {R"({a="1"})", "!{"},
       {R"(a="unterminated)", "!unterminated"},
