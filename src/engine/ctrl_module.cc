@@ -340,5 +340,10 @@ void CtrlModule::flushUserOutput() {
 void CtrlModule::waitForEvent(std::chrono::milliseconds limit) {
   flushUserOutput();
   if (beforeWait) beforeWait();
-  mainWakeup.wait(limit, spinBeforeSleep);
+  // A driver that supplies the events itself has nothing to watch for.
+  const auto start = std::chrono::steady_clock::now();
+  mainWakeup.wait(limit, beforeWait || !spinWorks ? std::chrono::microseconds(0) : spinBeforeSleep);
+  // The watch pays while events come close together; after a long wait the next wait sleeps at
+  // once, so a session that sits idle costs no watching.
+  spinWorks = std::chrono::steady_clock::now() - start <= spinBeforeSleep;
 }

@@ -69,9 +69,10 @@ class CtrlModule {
   // Sleeps until a line, an end of output or a signal may be waiting, or `limit` passes
   // (negative: no limit). Callers look at every source first.
   // Hands the user's text to the writer first. Before it sleeps it watches for kSpinBeforeSleep
-  // when the process may use more than one CPU: the answer of an engine, or the next command of
-  // a client that sends a burst of them, mostly comes within that time, and it then reaches this
-  // thread without the costly wake-up of a sleeping one (a sleeping CPU, in a virtual machine).
+  // when the process may use more than one CPU and the previous wait was that short: the answer
+  // of an engine, or the next command of a client that sends a burst of them, then mostly comes
+  // within that time and reaches this thread without the costly wake-up of a sleeping one (a
+  // sleeping CPU, in a virtual machine).
   void waitForEvent(std::chrono::milliseconds limit = std::chrono::milliseconds(-1));
 
   // Waits for the engine to end and forgets it. The caller asks the engine to exit first; one
@@ -119,4 +120,5 @@ class CtrlModule {
 
  private:
   std::chrono::microseconds spinBeforeSleep{0};
+  bool spinWorks = false;  // the last wait ended within spinBeforeSleep
 };

@@ -64,7 +64,7 @@ void MiSession::handleThreadCreated(const std::string& zubId, const std::string&
     LOG_AT(ctrl) << "Field 'pid' is missing: " << line;
     return;
   }
-  if (pid.empty()) pid = started->second;
+  if (pid.empty() && started != startedPids.end()) pid = started->second;
   std::string userThreadId;
   threadIdTable.toExtThreadId(zubId, engineThreadId, userThreadId);
   event.setString("id", userThreadId);
