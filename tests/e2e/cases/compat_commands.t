@@ -1,8 +1,5 @@
 # The gdb-compatible mode over stock gdb: the commands clients send that the ordinary table
-# lacks. The feature list keeps only what is served; the version reaches the user as console
-# output; a watchpoint takes the next user number (after the offload breakpoint's, which the
-# breakpoint list hides); a frame selected in the thread shows in the frame query; an insert
-# where nothing is loaded yet is pending.
+# lacks; the breakpoint list hides the offload breakpoint but it takes a user number.
 env: ZUBC_HOST=gdb
 env: WEM_COMPAT=gdb
 args: --interpreter=mi $SAMPLE

@@ -1,7 +1,5 @@
-# Stock gdb stopped in the sample's helper thread at a breakpoint in the user's numbering (the
-# offload breakpoint's reply never shows): a variable object for a struct, its children and an
-# update after a step; an expression, memory, a disassembly, registers; the two threads. Then a
-# delete and a continue that shows the program's output and its exit; nothing is left running.
+# Stock gdb stopped at a breakpoint in the sample's helper thread (user thread 1: it was seen
+# first); examine it, delete, continue to the exit. gdb's register numbering: 0 is rax, 16 rip.
 env: ZUBC_HOST=gdb
 args: --interpreter=mi $SAMPLE
 >~ 1-break-insert fill_point => 1\^done,bkpt=\{number="1",.*func="fill_point".*\}

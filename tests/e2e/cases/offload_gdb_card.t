@@ -1,8 +1,5 @@
-# The offload sample (two offloads) on the simulated card, zub-gdb over stock gdb and gdbserver as
-# host and card engines. The first offload starts during "-exec-next": "offload-start". A card-side
-# breakpoint stops everything once, under the card thread's own user id, with that thread's
-# stack. The card-side exit and the second attach pass without a stop, up to the breakpoint in the
-# second card-side process; then the host runs to its exit.
+# The offload sample (two offloads) on the simulated card, zub-gdb over stock gdb and gdbserver:
+# card-side breakpoints in both card-side processes, then the host runs to its exit.
 wrap: $SRC/tools/simulate-card
 env: WEM_CARD_SERVER=$BUILD/bin/card-server
 env: ZUBC_VEK=$BUILD/bin/zub-gdb
