@@ -1,5 +1,5 @@
 # Threads, groups, registers and variable objects across host engine i1 and card engine vek1,
-# malformed answers too. Card register 3 is rbx (the host's 1), 60 a card vector register.
+# malformed answers too.
 in-process
 cards: 0=127.0.1.10
 spawn: vek 0 127.0.1.10

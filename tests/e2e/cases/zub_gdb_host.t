@@ -1,6 +1,5 @@
 # Stock gdb through zub-gdb as the host engine; the program writes on a terminal of its own, so
 # its lines come at any point of a run and a prompt without a line end cannot glue to a record.
-# A shell as the program: it prompts, then waits for input that never comes.
 env: ZUBC_HOST=$BUILD/bin/zub-gdb
 args: --interpreter=mi $SAMPLE
 >... 1-break-insert sum_of_squares => 1\^done,bkpt=\{number="1",.*func="sum_of_squares".*
