@@ -7,11 +7,8 @@ args: --interpreter=mi $SAMPLE
 > 2-gdb-version
 <~ ~"GNU gdb .*
 <...+ 2\^done
->+ 3-enable-pretty-printing => 3^done
->+ 31-target-select native => 31^connected
 >+ 4-exec-arguments a b => 4^done
 >+ 5-gdb-show args => 5^done,value="a b"
->+ 6-list-target-features => 6^done,features=[]
 >~ 7-file-list-exec-source-files => 7\^done,files=\[\{file=".*sample\.c".*\]
 >~ 8-file-list-exec-source-file => 8\^done,line="\d+",file=".*sample\.c".*
 >~ 9-symbol-info-functions --name square => 9\^done,symbols=\{debug=\[\{filename=".*sample\.c",.*name="square".*
