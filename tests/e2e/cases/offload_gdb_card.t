@@ -24,7 +24,6 @@ args: --interpreter=mi $BUILD/bin/offload_host
 < 6*stopped,reason="offload-start"
 > 7-exec-continue
 <... 7\*stopped,reason="breakpoint-hit",.*func="card_work",args=\[\{name="input",value="3"\}\].*thread-id="2".*
->~ 8-stack-list-frames --thread 2 => 8\^done,stack=\[frame=\{level="0",.*func="card_work".*\},frame=\{level="1",.*func="main",file="[^"]*offload_card.c".*\}\]
 > 9-exec-continue
 <... ~"Attaching VEK process...\\n"
 <... ~"VEK process is attached.\\n"
