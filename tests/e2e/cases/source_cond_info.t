@@ -46,6 +46,3 @@ i1: 4-gdb-set \xff\x00
 i1> 19info sharedlibrary
 < ~"0x1000  0x2000  Yes  /lib/libc.so.6\n"
 <+ 19^done
-i1> 20-gdb-exit
-< =thread-group-removed,id="i1"
-< 20^exit
