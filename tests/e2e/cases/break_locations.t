@@ -1,6 +1,5 @@
-# A breakpoint with several locations: its number and its locations' numbers become the user's,
-# thread ids in every location are rewritten. An acceptance that cannot be read is taken back in
-# the engine, so deleting a later breakpoint reaches the right engine number.
+# A breakpoint with several locations renumbered for the user; an acceptance that cannot be read
+# is taken back in the engine, so a later delete reaches the right engine number.
 host: on /-break-insert .*multi/ $TOKEN^done,bkpt={number="7",type="breakpoint",addr="<MULTIPLE>"},{number="7.1",addr="0x1",thread-id="4"},{number="7.2",addr="0x2"}
 host: on /-break-insert .*garbled/ $TOKEN^done,bkpt={number="8",type="breakpoint",addr=
 host: on /-break-insert .*single/ $TOKEN^done,bkpt={number="9",type="breakpoint"}

@@ -1,6 +1,5 @@
-# Breakpoints across a host and a card engine: one user number for every engine's copy (the
-# offload breakpoint takes one too, silently), replies from the last engine that has a record,
-# numbered commands routed to the engines that hold the number, each in its own numbering.
+# Breakpoints across a host and a card engine: one user number for every engine's copy, each
+# engine addressed in its own numbering.
 in-process
 cards: 0=127.0.1.1
 spawn: vek 0 127.0.1.1

@@ -1,7 +1,5 @@
-# The gdb-compatible mode over two host engines: one breakpoint table in user numbers (one row
-# per user breakpoint with every engine's hits, locations renumbered, rows the user never made
-# left out); a thread of the second engine selected in its own numbering makes that engine
-# current, so a watchpoint lands there under a new user number that deletes there.
+# The gdb-compatible mode over two host engines: one breakpoint table in user numbers, and a
+# second engine's thread selected in its own numbering makes that engine current.
 in-process
 env: WEM_COMPAT=gdb
 spawn: i

@@ -1,7 +1,5 @@
-# gdb's mode over a host and a card engine: "-thread-info" lists both engines' threads in user ids
-# with the current thread; "-var-update *" joins both engines' changes; a card's breakpoint hit
-# and notifications carry the user's breakpoint number, a console breakpoint gets one on sight,
-# and "-break-delete" acts on every number given.
+# gdb's mode over a host and a card engine: threads, variable updates and breakpoints in user
+# numbers, a console breakpoint numbered on sight.
 in-process
 env: WEM_COMPAT=gdb
 cards: 0=127.0.1.1

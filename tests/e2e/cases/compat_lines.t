@@ -1,7 +1,5 @@
-# gdb's mode: gdb's prompt; lines read as gdb reads them (blanks around the token, a bare token, a
-# console word, "info frame" too, which run in the console and show their output); an unknown MI
-# word gets gdb's error and reaches no engine; the end of input ends the session and its engine.
-# The launch options of gdb's clients are accepted.
+# gdb's mode: lines read as gdb reads them (blanks around the token, a bare token, console words);
+# an unknown MI word gets gdb's error; gdb's clients' launch options are accepted.
 env: WEM_COMPAT=gdb
 args: -i mi --nx -q
 host: on -interpreter-exec ~"a=1\n" ;; $TOKEN^done

@@ -1,6 +1,5 @@
-# gdb's mode: "-exec-interrupt" answers "^done" at once while a command runs, and with none
-# running is a command to every engine; output that comes while no command runs reaches the user
-# at once, stops in the user's numbering; "-gdb-exit" while the program runs ends everything.
+# gdb's mode: "-exec-interrupt" while a command runs and while none runs; output while no command
+# runs reaches the user at once; "-gdb-exit" while the program runs ends everything.
 env: WEM_COMPAT=gdb
 host: on#1 -exec-continue $TOKEN^running ;; @after 100 =thread-created,id="4",group-id="i1",pid="9"
 host: on SIGINT *stopped,reason="signal-received",thread-id="4"

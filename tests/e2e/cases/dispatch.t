@@ -1,7 +1,5 @@
-# Lines without a command word get a bare prompt; unknown words are "done" but not implemented,
-# with their token, and never reach the engine; "-exec-interrupt" answers nothing; "quit" ends
-# the session like "-gdb-exit" and the engine is told "quit" too. Megabyte lines and raw bytes
-# are handled whole.
+# Lines without a command word get a bare prompt; unknown words are "done" but not implemented and
+# never reach the engine; "quit" ends the session and reaches the engine too.
 host: on quit $TOKEN^exit ;; @exit 0
 >
 < (gdb)

@@ -1,6 +1,5 @@
-# An engine that dies mid-command, or while it attaches: the command gets the internal error
-# instead of waiting for a result that cannot come, the group is gone; once no engine is left,
-# commands get a clear error and the exit still answers.
+# An engine that dies mid-command or while it attaches: the command gets the internal error; once
+# no engine is left, commands get a clear error and the exit still answers.
 host: on -stack-info-depth @exit 0
 host2: on -target-attach @exit 0
 >+ 1-add-inferior => =thread-group-added,id="i2"

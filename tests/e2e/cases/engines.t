@@ -1,8 +1,5 @@
-# Several engines in one session: a broadcast setting answers once, with the first engine's
-# answer, after all answered (a group option narrows it to one engine); serialize-execution lets
-# an error win; threads of every engine share one numbering and a thread's command goes to its
-# engine in that engine's numbering; card threads and libraries show as part of group i1, and
-# the card's last thread ends without a group exit.
+# Several engines in one session: a broadcast setting answers once after all answered (an error
+# wins under serialize-execution); one thread numbering; card threads belong to group i1.
 in-process
 cards: 3=127.0.1.7
 spawn: i

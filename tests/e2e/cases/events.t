@@ -1,7 +1,5 @@
-# Notifications are read while a command runs: threads get user ids, the group starts with its
-# first thread and exits with its last; libraries gain a group id; other notifications and those
-# missing the fields their handler needs are only logged (a thread without pid still takes id 1);
-# a thread without a group joins its engine's.
+# Notifications read while a command runs: thread ids, group start and exit, library group ids;
+# records missing what their handler needs are only logged.
 host: on#1 -gdb-set =thread-created ;; =thread-created,{broken ;; =thread-created,group-id="i1",pid="1" ;; =thread-created,id="5",group-id="i1" ;; =thread-exited,group-id="i1" ;; =thread-exited,id="5",group-id="i1" ;; =library-loaded,"unnamed" ;; $TOKEN^done
 host: on#2 -gdb-set =thread-created,id="7",group-id="i1",pid="4242" ;; =thread-created,id="9",group-id="i1",pid="4242" ;; =breakpoint-modified,bkpt={number="1"} ;; $TOKEN^done
 host: on#3 -gdb-set =thread-exited,id="7",group-id="i1" ;; =thread-exited,id="3",group-id="i1" ;; =library-loaded,id="/lib/libm.so.6",thread-group="i1" ;; $TOKEN^done

@@ -1,5 +1,5 @@
-# A stopped program with one card-side process: threads, thread groups, registers and variable
-# objects across the host engine i1 and the card engine vek1 (card 0), with malformed answers.
+# Threads, groups, registers and variable objects across host engine i1 and card engine vek1,
+# malformed answers too.
 in-process
 cards: 0=127.0.1.10
 spawn: vek 0 127.0.1.10

@@ -1,5 +1,5 @@
-# Variable objects, data and register commands on one host engine, no card known; a log file
-# that cannot be created leaves the program working.
+# Variable objects, data and register commands on one host engine, no card; a log file that
+# cannot be created leaves the program working.
 env: WEM_LOG=$DIR/missing/wem.log
 host: on#1 -var-create $TOKEN^done,name="var0",numchild="2",value="{...}",type="struct point",thread-id="1"
 host: on#2 -var-create $TOKEN^error,msg="-var-create: unable to create variable object"

@@ -1,7 +1,5 @@
-# All-stop across a host and a card engine: when every engine refuses, the host's error is the
-# answer; the first stop interrupts the others and one stop record carries the token; a stop in
-# the card makes it current; a card's error while the host runs still ends in the host's stop; a
-# card-side exit does not interrupt the host, and its group is gone when the host exits.
+# All-stop across a host and a card engine: errors, the first stop interrupts the others and one
+# stop carries the token; a card-side exit does not interrupt the host.
 in-process
 cards: 0=127.0.1.1
 spawn: vek 0 127.0.1.1

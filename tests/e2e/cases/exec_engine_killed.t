@@ -1,7 +1,5 @@
-# A card engine that starts running only after the host has stopped is interrupted at once: the
-# command ends with the host's stop. A card engine killed during a run: the host is interrupted as
-# after a first stop, the run ends with the host's stop and the session goes on without the card
-# and its threads.
+# A card engine that starts running after the host stopped is interrupted at once; one killed
+# during a run: the run ends with the host's stop and the session goes on without the card.
 in-process
 cards: 0=127.0.1.1
 spawn: vek 0 127.0.1.1

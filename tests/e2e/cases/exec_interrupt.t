@@ -1,7 +1,5 @@
-# The offload breakpoint goes first and silently; the run is announced once; "-exec-interrupt"
-# and SIGINT both reach the running command, whose stop carries its token; an interrupt that
-# comes before the engine answered "^running" reaches it once it answers. A quit signal ends the
-# session at once, even while a command waits.
+# The offload breakpoint goes first and silently; "-exec-interrupt" and SIGINT reach the running
+# command, even before the engine answered "^running"; a quit signal ends the session at once.
 host: on -break-insert $TOKEN^done,bkpt={number="1",type="breakpoint",pending="__zub_target_so_loaded"}
 host: on -exec-run $TOKEN^running
 host: on -exec-continue $TOKEN^running

@@ -1,7 +1,5 @@
-# The program's output and console lines reach the user during a run, except console lines that
-# name the offload function; stops without a readable record are reported with reason "unknown",
-# the host's own exit as it came. An engine that says "^running" twice ends the program after
-# what was due.
+# Output during a run, except console lines naming the offload function; unreadable stops are
+# reason "unknown"; an engine that says "^running" twice ends the program after what was due.
 host: on -exec-continue $TOKEN^running ;; ~"Breakpoint 2, __zub_target_so_loaded () at offload.c:10\n" ;; hello from the program ;; ~"Breakpoint 1, main () at prog.c:3\n" ;; &"a log line mentioning __zub_target_so_loaded\n" ;; *stopped,reason="breakpoint-hit",thread-id="1"
 host: on#1 -exec-next $TOKEN^running ;; *stopped
 host: on#2 -exec-next $TOKEN^running ;; *stopped,reason="end-stepping-range

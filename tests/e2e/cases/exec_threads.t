@@ -1,6 +1,5 @@
-# "--thread" steps the thread's engine in that engine's numbering while the others continue; an
-# unknown thread ("02" is not "2") is refused before any engine hears of it; "--thread-group i1"
-# goes to every engine of the host program and makes the host current; quit removes both engines.
+# "--thread" steps that thread's engine in its own numbering ("02" is not "2"); "--thread-group
+# i1" goes to every engine of the host program.
 in-process
 cards: 0=127.0.1.1
 spawn: vek 0 127.0.1.1

@@ -1,6 +1,4 @@
-# Attach: the engine's stop with the command's token and user thread ids. Detach clears the pid,
-# so the next attach starts the group again. An added inferior is current; removing the current
-# one makes i1 current again; removed ids fail.
+# Attach, detach (the next attach starts the group again), inferiors added and removed.
 host: on /attach +77/ =thread-created,id="7",group-id="i1",pid="77" ;; *stopped,reason="signal-received",thread-id="7" ;; $TOKEN^done,thread-id="7"
 > 1-target-attach --thread-group i1 77
 < =thread-group-started,id="i1",type="process",pid="77"

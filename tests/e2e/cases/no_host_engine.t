@@ -1,7 +1,5 @@
-# Without a host engine configured the program says so on standard error only, and ends. Card
-# discovery comes first: a stub `mount` first in PATH prints a long line and raw bytes, then a
-# sysfs mount point without a line end, and fails; what the shell printed is the answer, every
-# line whole, so discovery goes on to list the card images.
+# Without a host engine the program says so on standard error and ends, after card discovery: a
+# stub `mount` prints a long line, raw bytes and a mount point without a line end, and fails.
 unannounced
 env: ZUBC_HOST=
 env: PATH=$DIR:/usr/bin:/bin

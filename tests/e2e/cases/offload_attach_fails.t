@@ -1,7 +1,5 @@
-# Each step of the attach failing in turn: the card id, the pid, the executable's name (empty),
-# the card's address (card 1 is not known) and the card engine's start (none is configured).
-# The user reads the steps' console lines, the host goes on (the run resumes by itself, a step
-# reports "offload-start"), and no card engine is left behind.
+# Each step of the offload attach failing in turn: the user reads the steps' console lines, the
+# host goes on and no card engine is left behind.
 in-process
 cards: 0=127.0.1.1
 env: ZUBC_VEK=

@@ -1,8 +1,5 @@
-# Offload followed: at the offload symbol the card-side process is read out of the host, a card
-# engine is started and attached, breakpoints are copied in order (2 stays disabled), the run
-# resumes by itself and a card breakpoint stops everything once. A card exit during a step is
-# "offload-end"; an attach the card engine refuses is "offload-start" with no group left. Lines
-# naming the offload symbol, and the silent breakpoint's warning, never reach the user.
+# Offload followed: a card engine started and attached, breakpoints copied (2 stays disabled),
+# the run resumed; lines naming the offload symbol never reach the user.
 in-process
 cards: 0=127.0.1.1
 file: card.out ELF

@@ -1,8 +1,5 @@
-# A result with another token is ignored, one without a token accepted; console lines are
-# dropped and other streams, notifications and non-MI lines passed on unchanged; engine errors
-# pass on; unknown thread and group ids get fixed errors and never reach the engine, known group
-# options are stripped. Records that do not parse (open, too deep, raw bytes) are logged and
-# skipped, and a megabyte record passes whole. The engine does not inherit the log file.
+# Engine records: tokens, streams, errors, unknown ids refused, records that do not parse logged
+# and skipped, a megabyte record whole. The engine does not inherit the log file.
 host: on -gdb-set @ifopen $DIR/wem.log $TOKEN^error,msg="the log is inherited" ;; 99^done,stale="1" ;; $TOKEN^done,fresh="1"
 host: on -stack-info-depth ^done,depth="2"
 host: on -environment-pwd ~"console text\n" ;; &"log text\n" ;; @text @"target text\n" ;; *running,thread-id="all" ;; not an MI line at all ;; $TOKEN^done

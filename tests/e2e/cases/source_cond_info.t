@@ -1,7 +1,5 @@
-# Command files run line by line, nested too, each command with its own token, and the empty
-# line after the last line end gets a prompt; a last line without one runs too, and so do huge
-# lines and raw bytes; a file that sources itself stops at depth 8. Messages keep quotes. Bad
-# input reaches no engine.
+# Command files run line by line, nested too; a last line without a line end runs too; a file
+# that sources itself stops at depth 8. Bad input reaches no engine.
 host: on /expression zero/ $TOKEN^done,value="0"
 host: on -data-evaluate-expression $TOKEN^done,value="42"
 host: on info ~"0x1000  0x2000  Yes  /lib/libc.so.6\n" ;; $TOKEN^done
@@ -48,6 +46,3 @@ i1: 4-gdb-set \xff\x00
 i1> 19info sharedlibrary
 < ~"0x1000  0x2000  Yes  /lib/libc.so.6\n"
 <+ 19^done
-i1> 20-gdb-exit
-< =thread-group-removed,id="i1"
-< 20^exit

@@ -1,8 +1,5 @@
-# The host engine is announced as group i1 with a prompt (its banner is not shown) and gets the
-# program's whole argument vector; any spelling that selects an MI interpreter is accepted. While
-# idle, an interrupt is only logged and a terminate request ends the session, the engine
-# interrupted and asked to exit (this one ignores both: it is killed after a grace period). A
-# last line without a line end never runs; the end of input leaves the session idle.
+# The announcement, the engine's argument vector, MI interpreter spellings; idle interrupts and
+# terminate requests (this engine ignores both: it is killed after a grace period).
 host: banner ~"engine banner is not shown"
 host: on -gdb-exit @noprompt
 args: --interpreter mi -x=1 -i=console

@@ -1,6 +1,5 @@
-# Without an MI interpreter ("-i" takes no separate value) the program refuses on standard error,
-# starts no engine and exits 0. Diagnostics do not wait for a standard error that nobody reads:
-# there they are dropped, the log keeps them. The wrapper gives the program a full pipe as stderr.
+# Without an MI interpreter ("-i" takes no separate value) the program refuses on a standard
+# error that nobody reads (the wrapper makes it a full pipe): dropped there, kept in the log.
 unannounced
 file: full.sh [ -p "$0.p" ] || mkfifo "$0.p"
 file: full.sh exec 3<>"$0.p" 2>&3

@@ -1,10 +1,5 @@
-# Stock gdb through zub-gdb as the host engine. Its thread-created events carry the group's pid,
-# so the user sees the group start. Console execution commands, abbreviated or not, run as
-# execution commands (one "^running", a stop with the token, the next command unhindered);
-# "-exec-return" answers with the frame it returned to. The program writes on a terminal of its
-# own: its lines come as target-stream records at any point of a run (even before "^running"),
-# and a prompt without a line end ("Enter value: ") cannot glue itself to the next record;
-# "-exec-args" reaches gdb; a SIGINT interrupts the program; "quit" ends gdb without a record.
+# Stock gdb through zub-gdb as the host engine; the program writes on a terminal of its own, so
+# its lines come at any point of a run and a prompt without a line end cannot glue to a record.
 env: ZUBC_HOST=$BUILD/bin/zub-gdb
 args: --interpreter=mi $SAMPLE
 >... 1-break-insert sum_of_squares => 1\^done,bkpt=\{number="1",.*func="sum_of_squares".*
