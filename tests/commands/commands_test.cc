@@ -1,6 +1,5 @@
-// Command protocol cases that need a state the program does not reach through its input: an
-// interrupt raised in process, two answers from one engine, engines that break the execution
-// protocol beside a card engine, a card without its host engine.
+// Command states the program's input does not reach: an interrupt raised in process, two answers
+// from one engine, engines that break the execution protocol, a card without its host engine.
 #include <gtest/gtest.h>
 #include <signal.h>
 

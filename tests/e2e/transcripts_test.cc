@@ -1,6 +1,5 @@
-// Runs every transcript case of tests/e2e/cases (format: tests/README.md), each a test of its
-// own: the program as a child process against fake engines or stock gdb, or a session in
-// process where the case needs card engines that the program does not start by itself.
+// Runs each transcript case of tests/e2e/cases (format: tests/README.md) as a test: the program as
+// a child process, or a session in process where a case needs card engines it cannot start.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
@@ -185,11 +184,9 @@ int msLeft(Clock::time_point deadline) {
       std::max<long>(0, std::chrono::ceil<Ms>(deadline - Clock::now()).count()));
 }
 
-// What a conversation talks to: the program as a child process, leader of its own process group,
-// with stdin and stdout on pipes and stderr in a file; or a session in process. Stdout is read
-// only while the case waits for it, so everything runs on one thread; writes keep reading stdout
-// so that neither side can block the other. Ending kills the child, and every process below it,
-// by pid.
+// The program as a child process (its own process group; stdin, stdout on pipes, stderr in a
+// file), or a session in process. One thread: writes keep reading stdout, so neither side blocks
+// the other. Ending kills the child, and every process below it, by pid.
 class Peer {
  public:
   // argv[0] is searched in PATH when it has no "/"; a failed exec shows as exit status 127.

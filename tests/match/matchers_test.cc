@@ -1,8 +1,6 @@
-// Every matcher is a function of its input here: "no" when the text does not fit and its outputs
-// stayed untouched, otherwise what it gave (outputs joined by " ; ", list items by blanks). The
-// transcripts run every matcher on ordinary lines; the tables hold only the subtle inputs. The
-// same functions run on mebibyte lines, and the two matchers that collect every repetition of a
-// group are checked against plain references.
+// Every matcher as a function of its input: "no" when the text does not fit (outputs untouched),
+// else its outputs joined by " ; " (list items by blanks). Only subtle inputs: the transcripts
+// run every matcher on ordinary lines.
 
 #include <gtest/gtest.h>
 

@@ -98,11 +98,9 @@ inline std::map<std::string, pid_t> fakeEngines(const std::string& dir) {
 
 }  // namespace e2e
 
-// A session run in the test process: a controller whose user channel is never started (the
-// test's own stdin and stdout stay untouched), logging into a string, and a session on it whose
-// engines are fake engines keeping their files in directory `dir`, which the caller owns (see
-// fake_engine.cc); the log is also written there, as rig.log, when it is read. What the user would
-// see is read from the controller's user output queue.
+// A session in the test process: its user channel never starts (the user's output is read from
+// its queue), it logs into a string (also written to `dir`/rig.log when read), and its engines
+// are fake engines keeping their files in `dir`, which the caller owns.
 class SessionRig {
  public:
   explicit SessionRig(const std::string& dir) : dir(dir), ctrl(log), session(ctrl, options) {
@@ -136,10 +134,9 @@ class SessionRig {
                           "-tco",   connect.c_str(), nullptr};
     return session.spawnZub(argv, "vek", zubId) && named(zubId);
   }
-  // Queues the commands of one user line and runs each to completion, as the session loop does.
-  // False as soon as a run reports that the session must end. A command still running at the
-  // alarm, ten seconds on, gives up as it would on the user's SIGQUIT, so one that waits forever
-  // fails the test instead of hanging it.
+  // Runs the commands of one user line to completion, as the session loop does; false once a run
+  // says the session must end. A command still running ten seconds on gives up as on the user's
+  // SIGQUIT, so one that waits forever fails the test instead of hanging it.
   bool run(const std::string& line) {
     session.parseCmd(line + "\n", session.commandQueue);
     signal(SIGALRM, sigQuitHandler);

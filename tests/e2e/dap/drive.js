@@ -1,11 +1,9 @@
-// Drives a Debug Adapter Protocol adapter over its standard streams through one whole session and
-// checks every answer: launch, a source-line breakpoint, the stop, threads, stack, locals, an
-// expression, a step, a second hit, the breakpoint removed, the exit, disconnect. Afterwards the
-// adapter and every process under it (the debugger, its engines) must be gone; whatever is left is
-// ended by pid. Exits 0 when every step passed, 1 with the failing step otherwise.
-//
-// Usage: node drive.js ADAPTER_JS DEBUGGER PROGRAM host|card ADAPTER_LOG [NAME=VALUE...]
-// The NAME=VALUE pairs are the debugger's "environment" launch setting.
+// Drives a Debug Adapter Protocol adapter over its standard streams through one whole session,
+// checking every answer: launch, a source-line breakpoint, the stop, threads, stack, locals, an
+// expression, a step, a second hit, the breakpoint removed, the exit, disconnect; afterwards no
+// process under the adapter may be left (any left is ended by pid). Exits 0, or 1 and the step.
+// Usage: node drive.js ADAPTER_JS DEBUGGER PROGRAM host|card ADAPTER_LOG [NAME=VALUE...], the
+// pairs being the debugger's "environment" launch setting.
 'use strict';
 const cp = require('child_process');
 const fs = require('fs');

@@ -1,14 +1,9 @@
 #!/bin/sh
-# run.sh BUILD_DIR install|gdb|host|card
-#
-# A real IDE client end to end: the Debug Adapter Protocol adapter cdt-gdb-adapter (from npm, with
-# its own "--version" probe) is driven by drive.js through a whole session.
-#   install  puts the adapter into BUILD_DIR/npm (npm's cache there too), once
-#   gdb      the adapter on stock gdb and examples/sample.c: proves the driver and the adapter
-#   host     the adapter on wem (WEM_COMPAT=gdb) over stock gdb, the same program
-#   card     the adapter on wem over zub-gdb on the simulated card, a breakpoint in card-side code
-# Exits 77 (skipped) with a message where node, npm, the registry or the namespaces are missing.
-# The adapter's log, with every MI line, is kept in BUILD_DIR/dap/MODE.log.
+# run.sh BUILD_DIR install|gdb|host|card: cdt-gdb-adapter (installed once into BUILD_DIR/npm),
+# driven by drive.js through a whole session on stock gdb (the driver's own check), on wem over
+# stock gdb, or on wem on the simulated card with a breakpoint in card-side code. Exits 77
+# (skipped) where node, npm, the registry or the namespaces are missing. The adapter's log of
+# every MI line is BUILD_DIR/dap/MODE.log.
 set -u
 src=$(cd "$(dirname "$0")/../../.." && pwd)
 build=$(cd "${1:?usage: run.sh BUILD_DIR MODE}" && pwd)
