@@ -4,7 +4,6 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 
@@ -45,8 +44,7 @@ void Wakeup::notify() {
 bool Wakeup::wait(std::chrono::milliseconds limit, std::chrono::microseconds spin) {
   if (pending.exchange(false)) return true;
   if (spin.count() > 0) {
-    const auto end = std::chrono::steady_clock::now() +
-                     std::min<std::chrono::microseconds>(spin, limit.count() < 0 ? spin : limit);
+    const auto end = std::chrono::steady_clock::now() + spin;
     do {
       for (int i = 0; i < 64; ++i) {
         if (pending.load(std::memory_order_relaxed) && pending.exchange(false)) return true;

@@ -71,7 +71,10 @@ struct MiResult {
 struct MiNodePool {
   template <class Node, class... Args>
   int add(Args&&... args) {
-    nodes.push_back(makeMiNode<Node>(std::forward<Args>(args)...));
+    return adopt(makeMiNode<Node>(std::forward<Args>(args)...));
+  }
+  int adopt(MiRecordPtr node) {
+    nodes.push_back(std::move(node));
     return static_cast<int>(nodes.size()) - 1;
   }
   MiRecordPtr take(int node) { return std::move(nodes[node]); }
@@ -104,8 +107,7 @@ int addString(MiNodePool& pool, MiToken token) {
   const std::string_view text = pool.textOf(token);
   boost::shared_ptr<MiString> node = makeEmptyMiString();
   node->value.append(text.data() + 1, text.size() - 2);
-  pool.nodes.push_back(std::move(node));
-  return static_cast<int>(pool.nodes.size()) - 1;
+  return pool.adopt(std::move(node));
 }
 
 // Puts `result` in front of the results after it, which the map of `rest` already holds: a
