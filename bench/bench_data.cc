@@ -81,7 +81,7 @@ void inProcess(benchmark::State& state, bool cardKnown, const std::string& progr
   bool ready = session.spawnZub(argv, "i", zubId);
   session.currentZubId = zubId;
   BreakInsertCmd breakpoint("1-break-insert hit\n", false);
-  ExecCmd run("2-exec-run\n", false);
+  ExecCmd run("2-exec-run\n");
   ready =
       ready && session.runCmd(breakpoint) && session.runCmd(run) && drainUser(ctrl, "2*stopped");
   if (cardKnown) {

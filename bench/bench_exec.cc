@@ -55,7 +55,7 @@ void BM_CombinedStopRecord(benchmark::State& state) {
   const std::string line = stopLine("1");
   for (auto _ : state) {
     state.PauseTiming();
-    ExecCmd cmd("5-exec-continue\n", false);
+    ExecCmd cmd("5-exec-continue\n");
     cmd.runningZubIds.insert(zubIds.begin(), zubIds.end());
     for (size_t i = 0; i + 1 < zubIds.size(); ++i) cmd.handleResponse(session, zubIds[i], line);
     state.ResumeTiming();
@@ -104,7 +104,7 @@ void BM_ContinueStopCycleFakeEngines(benchmark::State& state) {
   if (!started) state.SkipWithError("cannot start the fake engines");
   for (auto _ : state) {
     if (!started) break;
-    ExecCmd cmd("7-exec-continue\n", false);
+    ExecCmd cmd("7-exec-continue\n");
     if (!session.runCmd(cmd)) {
       state.SkipWithError("the cycle failed");
       break;

@@ -3,6 +3,7 @@
 #include <signal.h>
 
 #include "base/compat.h"
+#include "base/engine_id.h"
 #include "base/log.h"
 #include "commands/errors.h"
 #include "engine/ctrl_module.h"
@@ -14,46 +15,38 @@
 
 namespace {
 
-const char kHostZubId[] = "i1";
-const char kVekPrefix[] = "vek";
 // Marks the engines' answers to the interrupts we send ourselves; a user's token is rarely so big.
 const char kInterruptToken[] = "2147480001";
 
-bool isVekZubId(const std::string& zubId) { return zubId.starts_with(kVekPrefix); }
-
 // The host program's engines run and stop together; other inferiors run on their own.
 bool isHostProgramZubId(const std::string& zubId) {
-  return zubId == kHostZubId || isVekZubId(zubId);
-}
-
-std::string stopReason(const MiMap& record) {
-  std::string reason;
-  record.findString("reason", reason);
-  return reason;
+  return zubId == kHostEngineId || isCardEngine(zubId);
 }
 
 }  // namespace
 
-ExecCmd::ExecCmd(const std::string& line, bool internalResume)
-    : MiCmd(line), internalResume(internalResume) {}
+ExecCmd::ExecCmd(const std::string& line) : MiCmd(line) {}
 
 bool ExecCmd::launchCmd(MiSession& session) {
-  if (!threadId.empty()) return launchOnThread(session);
-  if (!threadGroupId.empty()) return launchOnGroup(session);
-  return launchOnCurrent(session);
+  const bool launched = !threadId.empty()        ? launchOnThread(session)
+                        : !threadGroupId.empty() ? launchOnGroup(session)
+                                                 : launchOnCurrent(session);
+  // Nothing went out: the user has had an error reply instead.
+  if (launched && pendingZubIds.empty()) state = State::kFinished;
+  return launched;
 }
 
 bool ExecCmd::broadcast(MiSession& session, const std::string& line) {
   CtrlModule& ctrl = session.ctrl;
   std::set<std::string> vekZubIds;
-  ctrl.getZubIds(kVekPrefix, vekZubIds);
+  ctrl.getZubIds(kCardEnginePrefix, vekZubIds);
   pendingZubIds.insert(vekZubIds.begin(), vekZubIds.end());
   if (!ctrl.sendToZubs(vekZubIds, line)) return false;
-  if (!ctrl.sendToZub(kHostZubId, line)) {
+  if (!ctrl.sendToZub(kHostEngineId, line)) {
     LOG_AT(ctrl) << "Failed to send command to i1.";
     return false;
   }
-  pendingZubIds.insert(kHostZubId);
+  pendingZubIds.insert(kHostEngineId);
   return true;
 }
 
@@ -76,10 +69,10 @@ bool ExecCmd::launchOnThread(MiSession& session) {
 bool ExecCmd::launchStepIn(MiSession& session, const std::string& zubId) {
   CtrlModule& ctrl = session.ctrl;
   std::set<std::string> others;
-  ctrl.getZubIds(kVekPrefix, others);
-  if (zubId != kHostZubId) {
+  ctrl.getZubIds(kCardEnginePrefix, others);
+  if (zubId != kHostEngineId) {
     others.erase(zubId);
-    others.insert(kHostZubId);
+    others.insert(kHostEngineId);
   }
   pendingZubIds.insert(others.begin(), others.end());
   if (!ctrl.sendToZubs(others, cmdId() + "-exec-continue\n")) return false;
@@ -131,19 +124,10 @@ bool ExecCmd::handleResponse(MiSession& session, const std::string& zubId,
   if (matchMiStopped(line)) return handleMiStopped(session, zubId, line);
   std::string offloadSymbol;
   MiSession::retrieveVekOffloadSymbol(offloadSymbol);
-  // The offload breakpoint's own announcements would only confuse the user.
-  if (matchMiOut(line) && line.find(offloadSymbol) != std::string::npos) return true;
+  if (isOffloadBreakpointChatter(line, offloadSymbol)) return true;
   // Unlike other commands, the running program's console output reaches the user.
   session.ctrl.sendToUser(line);
   return true;
-}
-
-void ExecCmd::interruptEngine(MiSession& session, const std::string& zubId) {
-  if (!session.engineAsync) {
-    session.ctrl.sendSignalToZub(zubId, SIGINT);
-    return;
-  }
-  session.ctrl.sendToZub(zubId, std::string(kInterruptToken) + "-exec-interrupt\n");
 }
 
 bool ExecCmd::handleMiResult(MiSession& session, const std::string& zubId, const std::string& line,
@@ -151,7 +135,8 @@ bool ExecCmd::handleMiResult(MiSession& session, const std::string& zubId, const
   CtrlModule& ctrl = session.ctrl;
   if (resultClass == "running") {
     runningZubIds.insert(zubId);
-    if (stopping) {
+    // No stop of another engine would ever interrupt this one.
+    if (state == State::kStopping) {
       LOG_AT(ctrl) << "Interrupting " << zubId << ", which started running late.";
       interruptEngine(session, zubId);
     }
@@ -165,13 +150,7 @@ bool ExecCmd::handleMiResult(MiSession& session, const std::string& zubId, const
     LOG_AT(ctrl) << "Unexpected result from " << zubId << ".";
     return false;
   }
-  if (!pendingZubIds.empty()) return true;
-  if (runningZubIds.empty()) return stateAllStopped(session);
-  if (internalResume) return true;
-  ctrl.sendToUser(cmdId() + "^running\n");
-  ctrl.sendToUser("*running,thread-id=\"all\"\n");
-  ctrl.sendToUser(kPrompt);
-  return true;
+  return advance(session, false);
 }
 
 bool ExecCmd::handleMiStopped(MiSession& session, const std::string& zubId,
@@ -190,36 +169,115 @@ bool ExecCmd::handleMiStopped(MiSession& session, const std::string& zubId,
       parsed->replaceThreadIds(session.threadIdTable, zubId))
     record = *parsed->toMiMap();
   if (gdbCompatible()) session.toUserBkpNumber(zubId, record);
-  if (pendingZubIds.empty() && runningZubIds.empty()) return stateAllStopped(session);
   // A card-side process that ended by itself does not stop the host program.
-  if (isVekZubId(zubId) && stopReason(record).find("exited") != std::string::npos) return true;
-  return interruptCmd(session);
+  return advance(session, !isCardProcessExit(zubId, record));
 }
 
-bool ExecCmd::interruptCmd(MiSession& session) {
-  stopping = true;
-  for (const std::string& zubId : runningZubIds) interruptEngine(session, zubId);
+bool ExecCmd::interruptCmd(MiSession& session) { return advance(session, true); }
+
+void ExecCmd::zubEnded(MiSession& session, const std::string& zubId) {
+  const bool wasPending = pendingZubIds.erase(zubId) != 0;
+  const bool waited = runningZubIds.erase(zubId) != 0 || wasPending;
+  stopRecords.erase(zubId);
+  errorResults.erase(zubId);
+  if (firstStoppedZubId == zubId)
+    firstStoppedZubId = stopRecords.empty() ? "" : stopRecords.begin()->first;
+  if (waited) advance(session, true);
+}
+
+bool ExecCmd::advance(MiSession& session, bool stopOthers) {
+  if (pendingZubIds.empty() && runningZubIds.empty()) return allStopped(session);
+  if (pendingZubIds.empty() && !announced) {
+    announced = true;
+    session.ctrl.sendToUser(cmdId() + "^running\n");
+    session.ctrl.sendToUser("*running,thread-id=\"all\"\n");
+    session.ctrl.sendToUser(kPrompt);
+  }
+  if (pendingZubIds.empty() && state == State::kSent) state = State::kRunning;
+  if (stopOthers) {
+    state = State::kStopping;
+    for (const std::string& zubId : runningZubIds) interruptEngine(session, zubId);
+  }
   return true;
 }
 
-bool ExecCmd::stateAllStopped(MiSession& session) {
+void ExecCmd::interruptEngine(MiSession& session, const std::string& zubId) {
+  if (!session.engineAsync) {
+    session.ctrl.sendSignalToZub(zubId, SIGINT);
+    return;
+  }
+  session.ctrl.sendToZub(zubId, std::string(kInterruptToken) + "-exec-interrupt\n");
+}
+
+bool ExecCmd::allStopped(MiSession& session) {
   LOG_AT(session.ctrl) << "All engines are stopped.";
   if (stopRecords.empty()) return replyAllErrors(session);
-  StopEvents events;
+  bool hostExited = false, offloadStarted = false, offloadEnded = false;
   for (const auto& [zubId, record] : stopRecords) {
-    if (zubId == kHostZubId && stopReason(record).starts_with("exited")) {
-      events.hostExited = true;
-      firstStoppedZubId = kHostZubId;
+    std::string reason;
+    record.findString("reason", reason);
+    if (zubId == kHostEngineId && reason.starts_with("exited")) {
+      hostExited = true;
+      firstStoppedZubId = kHostEngineId;
       continue;
     }
-    if (!checkOffloadEvent(session, zubId, record, events)) return false;
+    if (!followOffload(session, zubId, record, offloadStarted, offloadEnded)) return false;
   }
-  if (events.hostExited || !(events.offloadStarted || events.offloadEnded))
-    return reportFinalStop(session);
-  return finishOffloadStop(session, events);
+  if (hostExited || !(offloadStarted || offloadEnded)) return reportFinalStop(session);
+  return resumeAfterOffload(session, offloadStarted);
+}
+
+bool ExecCmd::followOffload(MiSession& session, const std::string& zubId, const MiMap& record,
+                            bool& started, bool& ended) {
+  std::string offloadSymbol;
+  MiSession::retrieveVekOffloadSymbol(offloadSymbol);
+  switch (classifyOffloadStop(zubId, record, offloadSymbol)) {
+    case OffloadStop::kNone:
+      return true;
+    case OffloadStop::kStart:
+      state = State::kFollowingOffload;
+      started = true;
+      // The card-side process is read from the group that stopped at the offload symbol.
+      session.currentZubId = zubId;
+      if (!session.followOffloadStart(zubId))
+        LOG_AT(session.ctrl) << "Failed to attach VEK process.";
+      return true;
+    case OffloadStop::kEnd:
+      state = State::kFollowingOffload;
+      ended = true;
+      if (session.followOffloadEnd(zubId)) return true;
+      LOG_AT(session.ctrl) << "Failed to handle offload-end envent for " << zubId;
+      return false;
+  }
+  return true;
+}
+
+bool ExecCmd::resumeAfterOffload(MiSession& session, bool started) {
+  if (cmdName != "-exec-run" && cmdName != "-exec-continue") {
+    const char* reason = started ? "offload-start" : "offload-end";
+    session.ctrl.sendToUser(cmdId() + "*stopped,reason=\"" + reason + "\"\n");
+    state = State::kFinished;
+    return true;
+  }
+  LOG_AT(session.ctrl) << "Resuming the execution.";
+  // The command goes on as a continue of the same run, with nothing of its stop kept. It does
+  // not nest, so a program that offloads again and again is followed in constant stack.
+  cmdText = cmdId() + "-exec-continue\n";
+  cmdName = "-exec-continue";
+  threadId.clear();
+  threadGroupId.clear();
+  firstStoppedZubId.clear();
+  stopRecords.clear();
+  errorResults.clear();
+  announced = true;
+  state = State::kSent;
+  if (launchCmd(session)) return true;
+  LOG_AT(session.ctrl) << "Failed to resume the execution.";
+  return false;
 }
 
 bool ExecCmd::replyAllErrors(MiSession& session) {
+  state = State::kFinished;
   if (errorResults.empty()) {
     reportInternalError(session.ctrl, cmdId());
     return true;
@@ -230,31 +288,8 @@ bool ExecCmd::replyAllErrors(MiSession& session) {
   return true;
 }
 
-bool ExecCmd::checkOffloadEvent(MiSession& session, const std::string& zubId, const MiMap& record,
-                                StopEvents& events) {
-  if (isVekOffloadStart(session, record)) {
-    events.offloadStarted = true;
-    return handleVekOffloadStart(session, zubId);
-  }
-  if (!isVekOffloadEnd(session, zubId, record)) return true;
-  events.offloadEnded = true;
-  if (handleVekOffloadEnd(session, zubId)) return true;
-  LOG_AT(session.ctrl) << "Failed to handle offload-end envent for " << zubId;
-  return false;
-}
-
-bool ExecCmd::finishOffloadStop(MiSession& session, const StopEvents& events) {
-  if (cmdName != "-exec-run" && cmdName != "-exec-continue") {
-    const char* reason = events.offloadStarted ? "offload-start" : "offload-end";
-    session.ctrl.sendToUser(cmdId() + "*stopped,reason=\"" + reason + "\"\n");
-    return true;
-  }
-  LOG_AT(session.ctrl) << "Resuming the execution.";
-  ExecCmd resume(cmdId() + "-exec-continue\n", true);
-  return session.runCmd(resume);
-}
-
 bool ExecCmd::reportFinalStop(MiSession& session) {
+  state = State::kFinished;
   session.currentZubId = firstStoppedZubId;
   std::string text = cmdId() + "*stopped";
   auto it = stopRecords.find(firstStoppedZubId);
@@ -265,27 +300,6 @@ bool ExecCmd::reportFinalStop(MiSession& session) {
   }
   session.ctrl.sendToUser(text + "\n");
   return true;
-}
-
-void ExecCmd::zubEnded(MiSession& session, const std::string& zubId) {
-  const bool wasPending = pendingZubIds.erase(zubId) != 0;
-  const bool waited = runningZubIds.erase(zubId) != 0 || wasPending;
-  stopRecords.erase(zubId);
-  errorResults.erase(zubId);
-  if (firstStoppedZubId == zubId)
-    firstStoppedZubId = stopRecords.empty() ? "" : stopRecords.begin()->first;
-  if (!waited) return;
-  if (pendingZubIds.empty() && runningZubIds.empty()) {
-    stateAllStopped(session);
-    return;
-  }
-  // The others started: the run is announced as it would have been by the last answer.
-  if (wasPending && pendingZubIds.empty() && !internalResume) {
-    session.ctrl.sendToUser(cmdId() + "^running\n");
-    session.ctrl.sendToUser("*running,thread-id=\"all\"\n");
-    session.ctrl.sendToUser(kPrompt);
-  }
-  interruptCmd(session);
 }
 
 bool ExecInterruptCmd::launchCmd(MiSession& session) {

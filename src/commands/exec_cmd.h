@@ -11,26 +11,38 @@
 // them all, the first engine that stops makes it interrupt the others (unless a card-side process
 // merely exited), and only when every engine has stopped does the user get one "*stopped"
 // record, carrying the command's token. Other host inferiors ("i2", ...) run on their own.
+//
+// The states, and what moves the command between them (advance() holds every transition):
+//   kSent      the line went out; some engines have not answered. All answered and some run:
+//              "^running" is announced once, kRunning. None runs: the stop below.
+//   kRunning   a stop other than a card process's own exit, or the user's interrupt, or an
+//              engine's end: every running engine is interrupted, kStopping.
+//   kStopping  an engine that answers "^running" late is interrupted at once.
+//   From any of the three, once no engine is pending or running, every stop is looked at:
+//   kFollowingOffload while an offload start or end is followed; after it a run or continue
+//   goes on as an internal "-exec-continue" (kSent again, announced already), any other command
+//   ends with a synthetic offload stop. Otherwise the combined stop (or the engines' error)
+//   goes out: kFinished.
 class ExecCmd : public MiCmd {
  public:
-  // `internalResume` marks a continue the program issues itself after an offload event: it does
-  // not announce "^running" to the user a second time.
-  ExecCmd(const std::string& line, bool internalResume);
+  explicit ExecCmd(const std::string& line);
 
   bool launchCmd(MiSession& session) override;
   // False (fatal) on a result class other than "running" or "error", a second result from one
   // engine, or a stop from an engine that is not running.
   bool handleResponse(MiSession& session, const std::string& zubId,
                       const std::string& line) override;
-  // Signals SIGINT to every engine still running; each reports its stop in due course. An
-  // engine still to answer is signalled as soon as it answers "^running".
+  // Interrupts every engine still running; each reports its stop in due course. An engine still
+  // to answer is interrupted as soon as it answers "^running".
   bool interruptCmd(MiSession& session) override;
-  bool isFinished() const override { return pendingZubIds.empty() && runningZubIds.empty(); }
+  bool isFinished() const override { return state == State::kFinished; }
   bool programRuns() const override { return !runningZubIds.empty(); }
   // An engine that ended counts as stopped without a record: the others are interrupted as after
   // a first stop, and the combined stop is theirs ("Internal error" when none is left).
   void zubEnded(MiSession& session, const std::string& zubId) override;
 
+  enum class State { kSent, kRunning, kStopping, kFollowingOffload, kFinished };
+  State state = State::kSent;
   // The engine whose stop record the final "*stopped" reports: the first one that stopped, or
   // "i1" when the host program exited.
   std::string firstStoppedZubId;
@@ -38,20 +50,24 @@ class ExecCmd : public MiCmd {
   std::set<std::string> runningZubIds;              // answered "^running", no "*stopped" yet
   std::map<std::string, std::string> errorResults;  // whole "^error" line per engine
   std::map<std::string, MiMap> stopRecords;         // per engine, thread ids in user numbering
-  bool internalResume;
-  // Set once the command has interrupted its engines, for the first stop or for the user: from
-  // then on an engine that starts running is interrupted at once, since no stop of another
-  // engine would ever do it.
-  bool stopping = false;
+  // "^running" went to the user: once per command, however often it resumes after an offload.
+  bool announced = false;
 
  private:
-  // What one look at all stop records found; the offload events decide between the final stop,
-  // a synthetic offload stop and an automatic resume.
-  struct StopEvents {
-    bool hostExited = false;
-    bool offloadStarted = false;
-    bool offloadEnded = false;
-  };
+  // The one place where the state changes, after a handler has updated the engine sets.
+  // `stopOthers`: a stop, an interrupt or an engine's end asks every running engine to stop.
+  bool advance(MiSession& session, bool stopOthers);
+  // Every engine has stopped: the reply for the whole command, or the offload followed.
+  bool allStopped(MiSession& session);
+  // Follows the offload start or end seen in the stop of `zubId`, if any, and notes it in
+  // `started` or `ended`. False (fatal) only when a card group that ended cannot be removed.
+  bool followOffload(MiSession& session, const std::string& zubId, const MiMap& record,
+                     bool& started, bool& ended);
+  // After an offload event: a run or continue goes on as an internal continue; any other
+  // command ends with a stop record carrying the synthetic reason.
+  bool resumeAfterOffload(MiSession& session, bool started);
+  bool replyAllErrors(MiSession& session);
+  bool reportFinalStop(MiSession& session);
 
   // Stops one running engine: SIGINT, or in gdb's asynchronous mode "-exec-interrupt" with a
   // token of its own, which marks the answer for every command to drop.
@@ -68,26 +84,6 @@ class ExecCmd : public MiCmd {
   bool handleMiResult(MiSession& session, const std::string& zubId, const std::string& line,
                       const std::string& resultClass);
   bool handleMiStopped(MiSession& session, const std::string& zubId, const std::string& line);
-  // Runs once when no engine is pending and none runs: the reply for the whole command.
-  bool stateAllStopped(MiSession& session);
-  bool replyAllErrors(MiSession& session);
-  // Looks at the stop of one engine for an offload start or end and handles it; false (fatal)
-  // only when a card group that ended cannot be removed.
-  bool checkOffloadEvent(MiSession& session, const std::string& zubId, const MiMap& record,
-                         StopEvents& events);
-  // Offload start in group `zubId`: the card-side process is attached, if it can be. Always
-  // true: a failed attach only leaves the offload unfollowed.
-  bool handleVekOffloadStart(MiSession& session, const std::string& zubId);
-  // Offload end: the card group `zubId` is removed; false when that fails.
-  bool handleVekOffloadEnd(MiSession& session, const std::string& zubId);
-  // The session's attach, then every user breakpoint copied into the new engine under its
-  // number and in its state (each is deleted and inserted again in every engine). False only
-  // when the attach failed.
-  bool attachVekProcess(MiSession& session);
-  // After an offload event: a stop record with the synthetic reason for a command other than
-  // run or continue, otherwise a nested internal continue, run to completion.
-  bool finishOffloadStop(MiSession& session, const StopEvents& events);
-  bool reportFinalStop(MiSession& session);
 };
 
 // gdb's mode, "-exec-interrupt" while no command runs: a program that runs meanwhile can only

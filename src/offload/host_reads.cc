@@ -1,26 +1,24 @@
-// Values read out of a stopped program by commands the session runs itself, with output muted:
-// the user sees none of their replies.
+// Values read out of a stopped program by commands run through the port with output muted: the
+// user sees none of their replies.
 #include <list>
 #include <sstream>
 
 #include "base/log.h"
-#include "base/silencer.h"
 #include "commands/data_cmds.h"
-#include "engine/ctrl_module.h"
-#include "session/mi_session.h"
+#include "offload/offload_follower.h"
 
 namespace {
 
 // The single element of list `key` in `record`; false, logged, when there is not exactly one.
-bool onlyElement(CtrlModule& ctrl, const MiMap& record, const std::string& key,
+bool onlyElement(std::ostream& log, const MiMap& record, const std::string& key,
                  const std::string& countLabel, MiRecordPtr& element) {
   std::list<MiRecordPtr> elements;
   if (!record.findList(key, elements)) {
-    LOG_AT(ctrl) << "Failed to find the '" << key << "' list.";
+    LOG_TO(log) << "Failed to find the '" << key << "' list.";
     return false;
   }
   if (elements.size() != 1) {
-    LOG_AT(ctrl) << countLabel << elements.size();
+    LOG_TO(log) << countLabel << elements.size();
     return false;
   }
   element = elements.front();
@@ -29,29 +27,30 @@ bool onlyElement(CtrlModule& ctrl, const MiMap& record, const std::string& key,
 
 }  // namespace
 
-bool MiSession::readMemory(const std::string& group, const std::string& address, std::string& value,
-                           const std::string& wordSize, const std::string& format) {
-  Silencer quiet(ctrl.muted);
+bool OffloadFollower::readMemory(const std::string& group, const std::string& address,
+                                 std::string& value, const std::string& wordSize,
+                                 const std::string& format) {
+  std::ostream& log = port.log();
   DataCmd cmd("-data-read-memory --thread-group " + group + " " + address + " " + format + " " +
               wordSize + " 1 1\n");
-  if (!runCmd(cmd)) {
-    LOG_AT(ctrl) << "Failed to run command.";
+  if (!port.runMuted(cmd)) {
+    LOG_TO(log) << "Failed to run command.";
     return false;
   }
   // An answer without a record has no "memory" list either.
   MiMap record(true);
   cmd.getRecord(record);
   MiRecordPtr row, item;
-  if (!onlyElement(ctrl, record, "memory", "Memory list:", row)) return false;
+  if (!onlyElement(log, record, "memory", "Memory list:", row)) return false;
   const MiMap* rowMap = row ? row->toMiMap() : nullptr;
   if (!rowMap) {
-    LOG_AT(ctrl) << "memoryRecord is not a map.";
+    LOG_TO(log) << "memoryRecord is not a map.";
     return false;
   }
-  if (!onlyElement(ctrl, *rowMap, "data", "Data list:", item)) return false;
+  if (!onlyElement(log, *rowMap, "data", "Data list:", item)) return false;
   const MiString* text = item ? item->toMiString() : nullptr;
   if (!text) {
-    LOG_AT(ctrl) << "str is not a string.";
+    LOG_TO(log) << "str is not a string.";
     return false;
   }
   std::istringstream words(text->value);
@@ -61,16 +60,15 @@ bool MiSession::readMemory(const std::string& group, const std::string& address,
   return true;
 }
 
-bool MiSession::evaluateVariable(const std::string& group, const std::string& expression,
-                                 std::string& value) {
-  Silencer quiet(ctrl.muted);
+bool OffloadFollower::evaluateVariable(const std::string& group, const std::string& expression,
+                                       std::string& value) {
   DataCmd cmd("-data-evaluate-expression --thread-group " + group + " " + expression + " \n");
-  if (!runCmd(cmd)) {
-    LOG_AT(ctrl) << "Failed to run command.";
+  if (!port.runMuted(cmd)) {
+    LOG_TO(port.log()) << "Failed to run command.";
     return false;
   }
   if (!cmd.getValue(value)) {
-    LOG_AT(ctrl) << "Failed to retrieve the value.";
+    LOG_TO(port.log()) << "Failed to retrieve the value.";
     return false;
   }
   return true;

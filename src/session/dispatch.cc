@@ -57,7 +57,7 @@ void execRun(MiSession&, const std::string& line, MiCmdQueue& queue) {
   MiSession::retrieveVekOffloadSymbol(offloadSymbol);
   queue.push_back(
       boost::make_shared<BreakInsertCmd>("-break-insert -f " + offloadSymbol + "\n", true));
-  queue.push_back(boost::make_shared<ExecCmd>(line, false));
+  queue.push_back(boost::make_shared<ExecCmd>(line));
 }
 
 // Console commands that resume or interrupt the program, by the words and abbreviations the
@@ -132,17 +132,17 @@ const std::map<std::string, CmdFactory>& dispatchTable() {
       {"-environment-path", one<EnvironmentCmd>()},
       {"-environment-pwd", one<EnvironmentCmd>()},
       {"-exec-args", one<EnvironmentCmd>()},
-      {"-exec-continue", one<ExecCmd>(false)},
-      {"-exec-finish", one<ExecCmd>(false)},
+      {"-exec-continue", one<ExecCmd>()},
+      {"-exec-finish", one<ExecCmd>()},
       {"-exec-interrupt", interrupt},
-      {"-exec-jump", one<ExecCmd>(false)},
-      {"-exec-next", one<ExecCmd>(false)},
-      {"-exec-next-instruction", one<ExecCmd>(false)},
+      {"-exec-jump", one<ExecCmd>()},
+      {"-exec-next", one<ExecCmd>()},
+      {"-exec-next-instruction", one<ExecCmd>()},
       {"-exec-return", one<ExecReturnCmd>()},
       {"-exec-run", execRun},
-      {"-exec-step", one<ExecCmd>(false)},
-      {"-exec-step-instruction", one<ExecCmd>(false)},
-      {"-exec-until", one<ExecCmd>(false)},
+      {"-exec-step", one<ExecCmd>()},
+      {"-exec-step-instruction", one<ExecCmd>()},
+      {"-exec-until", one<ExecCmd>()},
       {"-file-exec-and-symbols", one<FileExecAndSymbolsCmd>()},
       {"-gdb-exit", one<GdbExitCmd>()},
       {"-gdb-set", one<GdbSetUnsetCmd>()},

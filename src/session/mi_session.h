@@ -107,32 +107,18 @@ class MiSession {
   // Always true.
   static bool retrieveVekOffloadSymbol(std::string& symbol);
 
-  // Card discovery (defined with the offload code): runs `command` through the shell, appending
-  // its output to `output`; false only when the shell could not be started.
+  // Card discovery and offload following, adapted to the offload layer. system() runs `command`
+  // through the shell, appending its output to `output`; false only when the shell could not be
+  // started.
   bool system(const std::string& command, std::stringstream& output);
   // Fills cardIpTable and ipCardTable from the cards that are online; problems are only logged.
   void initVekCardIpTable();
-
-  // The attach of a card-side process at offload start (defined with the offload code). Reads
-  // from the stopped host program which card the process runs on and its pid, starts a card
-  // engine that attaches to it, and reports each step to the user as a console line. On success
-  // `group` is the new card group ("vek..."); on failure nothing of it is left running.
-  bool attachVekProcess(std::string& group);
-  // One word of target memory through the engine of `group`, output muted: the first word of
-  // the single data item read at `address`.
-  bool readMemory(const std::string& group, const std::string& address, std::string& value,
-                  const std::string& wordSize, const std::string& format);
-  // The value of `expression` through the engine of `group`, output muted, as the MI string
-  // holds it (still escaped).
-  bool evaluateVariable(const std::string& group, const std::string& expression,
-                        std::string& value);
-  // The steps of the attach; each reads its environment value once, on first use.
-  bool retrieveVekCardNumber(std::string& id);
-  bool retrieveVekPid(std::string& pid);
-  bool retrieveVekTempDir(const std::string& node, const std::string& pid, std::string& dir);
-  bool retrieveVekLocalFile(const std::string& dir, std::string& file);
-  bool retrieveVekSolibSearchPath(const std::string& node, const std::string& pid,
-                                  std::string& path);
+  // With every engine stopped: attaches a card engine to the card-side process that host group
+  // `hostGroup` offloaded, and copies the user's breakpoints into it; false when the attach
+  // failed. The user follows the steps through console lines.
+  bool followOffloadStart(const std::string& hostGroup);
+  // Removes the card group whose process ended; false when that fails.
+  bool followOffloadEnd(const std::string& group);
 
   bool exitRequested = false;
   // gdb's mode: the user turned the engines' asynchronous mode on, where an interrupt is the
