@@ -2,6 +2,8 @@
 
 #include <signal.h>
 
+#include <algorithm>
+
 #include "base/compat.h"
 #include "base/engine_id.h"
 #include "base/log.h"
@@ -211,54 +213,63 @@ void ExecCmd::interruptEngine(MiSession& session, const std::string& zubId) {
 
 bool ExecCmd::allStopped(MiSession& session) {
   LOG_AT(session.ctrl) << "All engines are stopped.";
-  if (stopRecords.empty()) return replyAllErrors(session);
-  bool hostExited = false, offloadStarted = false, offloadEnded = false;
+  if (stopRecords.empty()) {
+    state = State::kFinished;
+    return replyAllErrors(session);
+  }
+  std::string offloadSymbol;
+  MiSession::retrieveVekOffloadSymbol(offloadSymbol);
+  bool hostExited = false;
+  std::map<std::string, OffloadStop> offloads;  // in id order, as they are followed
   for (const auto& [zubId, record] : stopRecords) {
     std::string reason;
     record.findString("reason", reason);
     if (zubId == kHostEngineId && reason.starts_with("exited")) {
       hostExited = true;
       firstStoppedZubId = kHostEngineId;
-      continue;
+    } else if (OffloadStop stop = classifyOffloadStop(zubId, record, offloadSymbol);
+               stop != OffloadStop::kNone) {
+      offloads.emplace(zubId, stop);
     }
-    if (!followOffload(session, zubId, record, offloadStarted, offloadEnded)) return false;
   }
-  if (hostExited || !(offloadStarted || offloadEnded)) return reportFinalStop(session);
-  return resumeAfterOffload(session, offloadStarted);
+  if (!offloads.empty()) {
+    state = State::kFollowingOffload;
+    if (!followOffloads(session, offloads)) return false;
+  }
+  if (hostExited || offloads.empty()) {
+    state = State::kFinished;
+    return reportFinalStop(session);
+  }
+  if (cmdName != "-exec-run" && cmdName != "-exec-continue") {
+    state = State::kFinished;
+    const bool started = std::any_of(offloads.begin(), offloads.end(), [](const auto& offload) {
+      return offload.second == OffloadStop::kStart;
+    });
+    session.ctrl.sendToUser(cmdId() + "*stopped,reason=\"" +
+                            (started ? "offload-start" : "offload-end") + "\"\n");
+    return true;
+  }
+  state = State::kSent;
+  return resume(session);
 }
 
-bool ExecCmd::followOffload(MiSession& session, const std::string& zubId, const MiMap& record,
-                            bool& started, bool& ended) {
-  std::string offloadSymbol;
-  MiSession::retrieveVekOffloadSymbol(offloadSymbol);
-  switch (classifyOffloadStop(zubId, record, offloadSymbol)) {
-    case OffloadStop::kNone:
-      return true;
-    case OffloadStop::kStart:
-      state = State::kFollowingOffload;
-      started = true;
+bool ExecCmd::followOffloads(MiSession& session,
+                             const std::map<std::string, OffloadStop>& offloads) {
+  for (const auto& [zubId, stop] : offloads) {
+    if (stop == OffloadStop::kStart) {
       // The card-side process is read from the group that stopped at the offload symbol.
       session.currentZubId = zubId;
       if (!session.followOffloadStart(zubId))
         LOG_AT(session.ctrl) << "Failed to attach VEK process.";
-      return true;
-    case OffloadStop::kEnd:
-      state = State::kFollowingOffload;
-      ended = true;
-      if (session.followOffloadEnd(zubId)) return true;
+    } else if (!session.followOffloadEnd(zubId)) {
       LOG_AT(session.ctrl) << "Failed to handle offload-end envent for " << zubId;
       return false;
+    }
   }
   return true;
 }
 
-bool ExecCmd::resumeAfterOffload(MiSession& session, bool started) {
-  if (cmdName != "-exec-run" && cmdName != "-exec-continue") {
-    const char* reason = started ? "offload-start" : "offload-end";
-    session.ctrl.sendToUser(cmdId() + "*stopped,reason=\"" + reason + "\"\n");
-    state = State::kFinished;
-    return true;
-  }
+bool ExecCmd::resume(MiSession& session) {
   LOG_AT(session.ctrl) << "Resuming the execution.";
   // The command goes on as a continue of the same run, with nothing of its stop kept. It does
   // not nest, so a program that offloads again and again is followed in constant stack.
@@ -270,14 +281,12 @@ bool ExecCmd::resumeAfterOffload(MiSession& session, bool started) {
   stopRecords.clear();
   errorResults.clear();
   announced = true;
-  state = State::kSent;
   if (launchCmd(session)) return true;
   LOG_AT(session.ctrl) << "Failed to resume the execution.";
   return false;
 }
 
 bool ExecCmd::replyAllErrors(MiSession& session) {
-  state = State::kFinished;
   if (errorResults.empty()) {
     reportInternalError(session.ctrl, cmdId());
     return true;
@@ -289,7 +298,6 @@ bool ExecCmd::replyAllErrors(MiSession& session) {
 }
 
 bool ExecCmd::reportFinalStop(MiSession& session) {
-  state = State::kFinished;
   session.currentZubId = firstStoppedZubId;
   std::string text = cmdId() + "*stopped";
   auto it = stopRecords.find(firstStoppedZubId);

@@ -5,6 +5,7 @@
 
 #include "commands/mi_cmd.h"
 #include "mi/mi_record.h"
+#include "offload/offload_events.h"
 
 // One execution command ("-exec-run", "-exec-continue", "-exec-next", ...) across engines. The
 // host engine "i1" and the card engines ("vek...") run and stop together: the command starts
@@ -12,17 +13,19 @@
 // merely exited), and only when every engine has stopped does the user get one "*stopped"
 // record, carrying the command's token. Other host inferiors ("i2", ...) run on their own.
 //
-// The states, and what moves the command between them (advance() holds every transition):
-//   kSent      the line went out; some engines have not answered. All answered and some run:
-//              "^running" is announced once, kRunning. None runs: the stop below.
-//   kRunning   a stop other than a card process's own exit, or the user's interrupt, or an
-//              engine's end: every running engine is interrupted, kStopping.
+// The states. Every event (an engine's result, its stop, its end, the user's interrupt) updates
+// the engine sets and goes through advance(); once no engine is pending or running, allStopped()
+// decides how the command ends. These two hold every transition.
+//   kSent      the line went out; some engines have not answered. When all have and some run,
+//              "^running" is announced (once per command): kRunning.
+//   kRunning   a stop other than a card process's own exit, the user's interrupt or an engine's
+//              end interrupts every running engine: kStopping (from kSent too).
 //   kStopping  an engine that answers "^running" late is interrupted at once.
-//   From any of the three, once no engine is pending or running, every stop is looked at:
-//   kFollowingOffload while an offload start or end is followed; after it a run or continue
-//   goes on as an internal "-exec-continue" (kSent again, announced already), any other command
-//   ends with a synthetic offload stop. Otherwise the combined stop (or the engines' error)
-//   goes out: kFinished.
+//   kFollowingOffload  every engine stopped and some stop is an offload start or end, which is
+//              followed; then a run or continue goes on as an internal "-exec-continue" (kSent
+//              again), any other command ends with a synthetic offload stop.
+//   kFinished  the combined stop, the engines' error or the offload stop went out; or nothing
+//              was sent and the user had an error reply.
 class ExecCmd : public MiCmd {
  public:
   explicit ExecCmd(const std::string& line);
@@ -54,18 +57,17 @@ class ExecCmd : public MiCmd {
   bool announced = false;
 
  private:
-  // The one place where the state changes, after a handler has updated the engine sets.
+  // The transitions while engines run, after a handler has updated the engine sets.
   // `stopOthers`: a stop, an interrupt or an engine's end asks every running engine to stop.
   bool advance(MiSession& session, bool stopOthers);
-  // Every engine has stopped: the reply for the whole command, or the offload followed.
+  // Every engine has stopped: the offloads seen in the stops are followed, then the command
+  // ends with the combined stop, the engines' error or a synthetic offload stop, or resumes.
   bool allStopped(MiSession& session);
-  // Follows the offload start or end seen in the stop of `zubId`, if any, and notes it in
-  // `started` or `ended`. False (fatal) only when a card group that ended cannot be removed.
-  bool followOffload(MiSession& session, const std::string& zubId, const MiMap& record,
-                     bool& started, bool& ended);
-  // After an offload event: a run or continue goes on as an internal continue; any other
-  // command ends with a stop record carrying the synthetic reason.
-  bool resumeAfterOffload(MiSession& session, bool started);
+  // Offload starts are attached (a failed attach only leaves one unfollowed); card groups whose
+  // process ended are removed. False (fatal) only when such a group cannot be removed.
+  bool followOffloads(MiSession& session, const std::map<std::string, OffloadStop>& offloads);
+  // A run or continue goes on after an offload as an internal "-exec-continue".
+  bool resume(MiSession& session);
   bool replyAllErrors(MiSession& session);
   bool reportFinalStop(MiSession& session);
 
