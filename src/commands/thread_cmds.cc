@@ -6,6 +6,7 @@
 #include <set>
 
 #include "base/compat.h"
+#include "base/engine_id.h"
 #include "base/log.h"
 #include "commands/errors.h"
 #include "engine/ctrl_module.h"
@@ -144,19 +145,19 @@ bool ListThreadGroupsCmd::launchCmd(MiSession& session) {
   }
   // The matcher keeps one id only: the last one on the line.
   const std::string& groupId = *groups.begin();
-  if (groupId != "i1") {
+  if (groupId != kHostEngineId) {
     sendToGroup(session, groupId, threadInfo);
     return true;
   }
   // The host's group holds every card engine's threads too.
-  ctrl.getZubIds("vek", pendingZubIds);
+  ctrl.getZubIds(kCardEnginePrefix, pendingZubIds);
   if (!ctrl.sendToZubs(pendingZubIds, threadInfo)) return false;
-  if (!ctrl.sendToZub("i1", threadInfo)) {
+  if (!ctrl.sendToZub(kHostEngineId, threadInfo)) {
     pendingZubIds.clear();
-    reportInvalidThreadGroupIdError(ctrl, "i1", cmdId());
+    reportInvalidThreadGroupIdError(ctrl, kHostEngineId, cmdId());
     return true;
   }
-  pendingZubIds.insert("i1");
+  pendingZubIds.insert(kHostEngineId);
   return true;
 }
 
@@ -172,7 +173,7 @@ void ListThreadGroupsCmd::replyHostGroups(MiSession& session) {
       return;
     }
     // Card-side processes are shown as threads of "i1", not as groups.
-    if (id.find("vek") != id.npos) continue;
+    if (isCardEngine(id)) continue;
     auto item = boost::make_shared<MiMap>(false);
     item->setString("id", id);
     for (const char* key : {"pid", "type"}) {

@@ -1,4 +1,5 @@
 #include "base/diagnostics.h"
+#include "base/engine_id.h"
 #include "base/env_var.h"
 #include "base/log.h"
 #include "engine/ctrl_module.h"
@@ -42,7 +43,7 @@ bool MiSession::spawnZub(const char** argv, const std::string& prefix, std::stri
     if (card != ipCardTable.end()) group.setString("vek-card", card->second);
   }
   // Card engines are announced, if at all, by the attach that started them.
-  if (prefix != "vek") {
+  if (prefix != kCardEnginePrefix) {
     ctrl.sendToUser("=thread-group-added,id=\"" + id + "\"\n");
     ctrl.sendToUser("(gdb)\n");
   }
@@ -61,7 +62,7 @@ bool MiSession::removeZub(std::string id) {
 
 void MiSession::forgetZub(const std::string& id, const std::string& how) {
   ctrl.removeZub(id);
-  if (id.rfind("vek", 0) != 0) ctrl.sendToUser("=thread-group-" + how + ",id=\"" + id + "\"\n");
+  if (!isCardEngine(id)) ctrl.sendToUser("=thread-group-" + how + ",id=\"" + id + "\"\n");
   if (id == currentZubId) {
     std::set<std::string> remaining;
     ctrl.getZubIds(remaining);
