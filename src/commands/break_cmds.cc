@@ -202,15 +202,10 @@ bool BreakInsertCmd::replyToUser(MiSession& session) {
     else if (resultClass == "error")
       errorZubId = zubId;
   }
-  std::string printed;
   if (!replyZubId.empty()) {
-    results.at(replyZubId).printToString(printed);
-    reply(session, "^done," + printed);
+    replyWith(session, "^done", results.at(replyZubId));
   } else if (!errorZubId.empty()) {
-    auto result = results.find(errorZubId);
-    if (result != results.end() && !result->second.entries.empty())
-      result->second.printToString(printed);
-    reply(session, printed.empty() ? "^error" : "^error," + printed);
+    replyWithResultsOf(session, "^error", errorZubId);
   } else {
     reportInternalError(ctrl, cmdId());
   }

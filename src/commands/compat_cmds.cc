@@ -180,9 +180,7 @@ bool BreakListCmd::replyToUser(MiSession& session) {
   head->toMiMap()->setList("body", body);
   MiMap record(true);
   record["BreakpointTable"] = head;
-  std::string printed;
-  record.printToString(printed);
-  reply(session, "^done," + printed);
+  replyWith(session, "^done", record);
   return true;
 }
 

@@ -223,9 +223,7 @@ bool DataListRegisterValuesCmd::toEngineLine(MiSession& session, const std::stri
     std::list<MiRecordPtr> values;
     for (unsigned int number : requested) values.push_back(undefinedRegister(number));
     record.setList("register-values", values);
-    std::string printed;
-    record.printToString(printed);
-    reply(session, "^done," + printed);
+    replyWith(session, "^done", record);
     return false;
   }
   std::string spliced = line;

@@ -23,6 +23,13 @@ void MiCmd::reply(MiSession& session, const std::string& record) {
   session.ctrl.sendToUser(kPrompt);
 }
 
+void MiCmd::replyWith(MiSession& session, const std::string& resultClass, const MiMap& results) {
+  if (results.entries.empty()) return reply(session, resultClass);
+  std::string printed;
+  results.printToString(printed);
+  reply(session, resultClass + "," + printed);
+}
+
 bool MiCmd::findThread(MiSession& session, const std::string& userThreadId, std::string& zubId,
                        std::string& engineThreadId) {
   // A thread of an engine that has ended is as unknown as one never seen.
@@ -133,15 +140,17 @@ bool SimpleMiCmd::replyFromOneEngine(MiSession& session, bool exactlyOne) {
     return true;
   }
   const auto& [zubId, resultClass] = *resultClasses.begin();
-  std::string record = "^" + resultClass;
-  auto result = results.find(zubId);
-  if (result != results.end() && !result->second.entries.empty()) {
-    std::string printed;
-    result->second.printToString(printed);
-    record += "," + printed;
-  }
-  reply(session, record);
+  replyWithResultsOf(session, "^" + resultClass, zubId);
   return true;
+}
+
+void SimpleMiCmd::replyWithResultsOf(MiSession& session, const std::string& resultClass,
+                                     const std::string& zubId) {
+  auto result = results.find(zubId);
+  if (result == results.end())
+    reply(session, resultClass);
+  else
+    replyWith(session, resultClass, result->second);
 }
 
 NotImplementedCmd::NotImplementedCmd(const std::string& line, bool replyDone)

@@ -53,22 +53,19 @@ std::map<unsigned long, MiRecordPtr> mergeThreads(MiSession& session,
   return merged;
 }
 
-// Sends the token, "^done," and a record holding only the list `name`, then the prompt.
-void replyWithList(MiSession& session, const std::string& cmdId, const std::string& name,
+// Answers "^done" with a record holding only the list `name`.
+void replyWithList(MiCmd& cmd, MiSession& session, const std::string& name,
                    const std::list<MiRecordPtr>& items) {
   MiMap record(true);
   record.setList(name, items);
-  std::string printed;
-  record.printToString(printed);
-  session.ctrl.sendToUser(cmdId + "^done," + printed + "\n");
-  session.ctrl.sendToUser(kPrompt);
+  cmd.replyWith(session, "^done", record);
 }
 
-void replyWithThreads(MiSession& session, const std::string& cmdId,
+void replyWithThreads(MiCmd& cmd, MiSession& session,
                       const std::map<unsigned long, MiRecordPtr>& merged) {
   std::list<MiRecordPtr> threads;
   for (const auto& [id, thread] : merged) threads.push_back(thread);
-  replyWithList(session, cmdId, "threads", threads);
+  replyWithList(cmd, session, "threads", threads);
 }
 
 }  // namespace
@@ -106,7 +103,7 @@ bool ThreadInfoCmd::launchCmd(MiSession& session) {
 // Whatever class the engine answered, the reply is "^done" with the threads found.
 bool ThreadInfoCmd::replyToUser(MiSession& session) {
   if (!allThreads) {
-    replyWithThreads(session, cmdId(), mergeThreads(session, results, true));
+    replyWithThreads(*this, session, mergeThreads(session, results, true));
     return true;
   }
   // gdb's form: the engines' own tuples, then the current engine's current thread.
@@ -118,9 +115,7 @@ bool ThreadInfoCmd::replyToUser(MiSession& session) {
   std::string currentThreadId;
   if (current != results.end() && current->second.findString("current-thread-id", currentThreadId))
     record.setString("current-thread-id", currentThreadId);
-  std::string printed;
-  record.printToString(printed);
-  reply(session, "^done," + printed);
+  replyWith(session, "^done", record);
   return true;
 }
 
@@ -182,12 +177,12 @@ void ListThreadGroupsCmd::replyHostGroups(MiSession& session) {
     }
     items.push_back(item);
   }
-  replyWithList(session, cmdId(), "groups", items);
+  replyWithList(*this, session, "groups", items);
 }
 
 bool ListThreadGroupsCmd::replyToUser(MiSession& session) {
   if (!available) {
-    replyWithThreads(session, cmdId(), mergeThreads(session, results, false));
+    replyWithThreads(*this, session, mergeThreads(session, results, false));
     return true;
   }
   CtrlModule& ctrl = session.ctrl;
@@ -207,6 +202,6 @@ bool ListThreadGroupsCmd::replyToUser(MiSession& session) {
     if (result != results.end()) result->second.printToString(printed);
     LOG_AT(ctrl) << "Field 'groups' not found in: " << printed;
   }
-  replyWithList(session, cmdId(), "groups", groups);
+  replyWithList(*this, session, "groups", groups);
   return true;
 }
