@@ -15,11 +15,6 @@
 
 namespace {
 
-void replyBkpNumberMissing(CtrlModule& ctrl, const std::string& cmdId) {
-  ctrl.sendToUser(cmdId + "^error,msg=\"Breakpoint number is missing.\"\n");
-  ctrl.sendToUser(kPrompt);
-}
-
 // Engines' own answers to the number commands are not passed on: the table already changed.
 void replyDone(CtrlModule& ctrl, const std::string& cmdId) {
   ctrl.sendToUser(cmdId + "^done\n");
@@ -43,7 +38,7 @@ void launchOnBkpNumber(SimpleMiCmd& cmd, MiSession& session, const std::string& 
   CtrlModule& ctrl = session.ctrl;
   std::list<std::string> numbers;
   if (!findBkpNumbers(cmd.cmdText, numbers)) {
-    replyBkpNumberMissing(ctrl, cmd.cmdId());
+    reportBreakpointNumberMissingError(ctrl, cmd.cmdId());
     return;
   }
   std::set<std::string> zubIds;
@@ -255,7 +250,7 @@ bool BreakConditionCmd::launchCmd(MiSession& session) {
   CtrlModule& ctrl = session.ctrl;
   std::string number;
   if (!matchBkpCondId(cmdText, number) || number.empty()) {
-    replyBkpNumberMissing(ctrl, cmdId());
+    reportBreakpointNumberMissingError(ctrl, cmdId());
     return true;
   }
   std::string line = cmdText;

@@ -160,7 +160,7 @@ bool NotImplementedCmd::launchCmd(MiSession& session) {
   // Clients of gdb fall back to other commands on exactly this answer.
   if (gdbCompatible()) {
     const std::string name = cmdName.starts_with('-') ? cmdName.substr(1) : cmdName;
-    reply(session, "^error,msg=\"Undefined MI command: " + name + "\",code=\"undefined-command\"");
+    reportUndefinedMiCommandError(session.ctrl, name, cmdId_);
     return true;
   }
   reply(session,

@@ -159,8 +159,7 @@ bool SourceCmd::launchCmd(MiSession& session) {
   LOG_AT(ctrl) << "Filename: " << fileName;
   // A file that sources itself would otherwise recurse until the stack runs out.
   if (sourceDepth >= kMaxSourceDepth) {
-    reply(session, "^error,msg=\"Command files nest too deeply (more than " +
-                       std::to_string(kMaxSourceDepth) + "): " + fileName + "\"");
+    reportCommandFilesNestTooDeeplyError(ctrl, kMaxSourceDepth, fileName, cmdId());
     return true;
   }
   std::ifstream file(fileName);
