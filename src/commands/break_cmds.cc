@@ -15,12 +15,6 @@
 
 namespace {
 
-// Engines' own answers to the number commands are not passed on: the table already changed.
-void replyDone(CtrlModule& ctrl, const std::string& cmdId) {
-  ctrl.sendToUser(cmdId + "^done\n");
-  ctrl.sendToUser(kPrompt);
-}
-
 // The user numbers the line names: the last word's, or in gdb's mode every number given.
 bool findBkpNumbers(const std::string& line, std::list<std::string>& numbers) {
   if (gdbCompatible()) return matchBkpIds(line, numbers);
@@ -55,7 +49,7 @@ void launchOnBkpNumber(SimpleMiCmd& cmd, MiSession& session, const std::string& 
     cmd.pendingZubIds.insert(zubId);
   }
   for (const std::string& number : numbers) change(session.breakPointTable, number);
-  if (cmd.pendingZubIds.empty()) replyDone(ctrl, cmd.cmdId());
+  if (cmd.pendingZubIds.empty()) cmd.reply(session, "^done");
 }
 
 // Takes back a breakpoint that engine `zubId` holds under `number`; the engine's answer is only
@@ -215,8 +209,10 @@ bool BreakDeleteCmd::launchCmd(MiSession& session) {
   return true;
 }
 
+// Engines' own answers to the number commands (delete, enable, disable, condition) are not
+// passed on: the table already changed.
 bool BreakDeleteCmd::replyToUser(MiSession& session) {
-  replyDone(session.ctrl, cmdId());
+  reply(session, "^done");
   return true;
 }
 
@@ -229,7 +225,7 @@ bool BreakEnableCmd::launchCmd(MiSession& session) {
 }
 
 bool BreakEnableCmd::replyToUser(MiSession& session) {
-  replyDone(session.ctrl, cmdId());
+  reply(session, "^done");
   return true;
 }
 
@@ -242,7 +238,7 @@ bool BreakDisableCmd::launchCmd(MiSession& session) {
 }
 
 bool BreakDisableCmd::replyToUser(MiSession& session) {
-  replyDone(session.ctrl, cmdId());
+  reply(session, "^done");
   return true;
 }
 
@@ -270,11 +266,11 @@ bool BreakConditionCmd::launchCmd(MiSession& session) {
     ctrl.sendToZub(zubId, line);
     pendingZubIds.insert(zubId);
   }
-  if (pendingZubIds.empty()) replyDone(ctrl, cmdId());
+  if (pendingZubIds.empty()) reply(session, "^done");
   return true;
 }
 
 bool BreakConditionCmd::replyToUser(MiSession& session) {
-  replyDone(session.ctrl, cmdId());
+  reply(session, "^done");
   return true;
 }

@@ -8,7 +8,7 @@ namespace {
 // `results` is the record's text after "^error,".
 void sendError(CtrlModule& ctrl, const std::string& cmdId, const std::string& results) {
   ctrl.sendToUser(cmdId + "^error," + results + "\n");
-  ctrl.sendToUser(kPrompt);
+  sendPrompt(ctrl);
 }
 
 void reportError(CtrlModule& ctrl, const std::string& cmdId, const std::string& message) {

@@ -80,7 +80,7 @@ bool TargetAttachCmd::handleResponse(MiSession& session, const std::string& zubI
     std::string text;
     if (!matchMiRecord(line, text)) {
       ctrl.sendToUser(line);
-      ctrl.sendToUser(kPrompt);
+      sendPrompt(ctrl);
     } else if (translateRecord(session, zubId, line, record)) {
       replyWith(session, "^" + resultClass, *record->toMiMap());
     } else {

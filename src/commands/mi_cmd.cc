@@ -11,6 +11,8 @@
 #include "mi/mi_parser.h"
 #include "session/mi_session.h"
 
+void sendPrompt(CtrlModule& ctrl) { ctrl.sendToUser(kPrompt); }
+
 MiCmd::MiCmd(const std::string& line) : cmdText(line) {
   matchCmdId(cmdId_, line);
   matchCmdName(cmdName, line);
@@ -20,7 +22,7 @@ MiCmd::MiCmd(const std::string& line) : cmdText(line) {
 
 void MiCmd::reply(MiSession& session, const std::string& record) {
   session.ctrl.sendToUser(cmdId_ + record + "\n");
-  session.ctrl.sendToUser(kPrompt);
+  sendPrompt(session.ctrl);
 }
 
 void MiCmd::replyWith(MiSession& session, const std::string& resultClass, const MiMap& results) {

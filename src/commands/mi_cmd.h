@@ -5,11 +5,15 @@
 
 #include "mi/mi_record.h"
 
+class CtrlModule;
 class MiSession;
 
 // Every reply record to the user is followed by this prompt as a separate piece of text; only
 // "^exit" and "*stopped" records go without one.
 inline constexpr const char* kPrompt = "(gdb)\n";
+
+// Sends the prompt to the user: the one place it is written.
+void sendPrompt(CtrlModule& ctrl);
 
 // One user command line. The session runs the command at the front of its queue: launchCmd,
 // then, until isFinished, engine lines go to handleResponse and a user interrupt to

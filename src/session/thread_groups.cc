@@ -2,6 +2,7 @@
 #include "base/engine_id.h"
 #include "base/env_var.h"
 #include "base/log.h"
+#include "commands/mi_cmd.h"
 #include "engine/ctrl_module.h"
 #include "match/output_matchers.h"
 #include "session/mi_session.h"
@@ -45,7 +46,7 @@ bool MiSession::spawnZub(const char** argv, const std::string& prefix, std::stri
   // Card engines are announced, if at all, by the attach that started them.
   if (prefix != kCardEnginePrefix) {
     ctrl.sendToUser("=thread-group-added,id=\"" + id + "\"\n");
-    ctrl.sendToUser("(gdb)\n");
+    sendPrompt(ctrl);
   }
   return true;
 }
