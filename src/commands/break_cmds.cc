@@ -15,17 +15,6 @@
 
 namespace {
 
-void replyBkpNumberMissing(CtrlModule& ctrl, const std::string& cmdId) {
-  ctrl.sendToUser(cmdId + "^error,msg=\"Breakpoint number is missing.\"\n");
-  ctrl.sendToUser(kPrompt);
-}
-
-// Engines' own answers to the number commands are not passed on: the table already changed.
-void replyDone(CtrlModule& ctrl, const std::string& cmdId) {
-  ctrl.sendToUser(cmdId + "^done\n");
-  ctrl.sendToUser(kPrompt);
-}
-
 // The user numbers the line names: the last word's, or in gdb's mode every number given.
 bool findBkpNumbers(const std::string& line, std::list<std::string>& numbers) {
   if (gdbCompatible()) return matchBkpIds(line, numbers);
@@ -43,7 +32,7 @@ void launchOnBkpNumber(SimpleMiCmd& cmd, MiSession& session, const std::string& 
   CtrlModule& ctrl = session.ctrl;
   std::list<std::string> numbers;
   if (!findBkpNumbers(cmd.cmdText, numbers)) {
-    replyBkpNumberMissing(ctrl, cmd.cmdId());
+    reportBreakpointNumberMissingError(ctrl, cmd.cmdId());
     return;
   }
   std::set<std::string> zubIds;
@@ -60,7 +49,7 @@ void launchOnBkpNumber(SimpleMiCmd& cmd, MiSession& session, const std::string& 
     cmd.pendingZubIds.insert(zubId);
   }
   for (const std::string& number : numbers) change(session.breakPointTable, number);
-  if (cmd.pendingZubIds.empty()) replyDone(ctrl, cmd.cmdId());
+  if (cmd.pendingZubIds.empty()) cmd.reply(session, "^done");
 }
 
 // Takes back a breakpoint that engine `zubId` holds under `number`; the engine's answer is only
@@ -202,15 +191,10 @@ bool BreakInsertCmd::replyToUser(MiSession& session) {
     else if (resultClass == "error")
       errorZubId = zubId;
   }
-  std::string printed;
   if (!replyZubId.empty()) {
-    results.at(replyZubId).printToString(printed);
-    reply(session, "^done," + printed);
+    replyWith(session, "^done", results.at(replyZubId));
   } else if (!errorZubId.empty()) {
-    auto result = results.find(errorZubId);
-    if (result != results.end() && !result->second.entries.empty())
-      result->second.printToString(printed);
-    reply(session, printed.empty() ? "^error" : "^error," + printed);
+    replyWithResultsOf(session, "^error", errorZubId);
   } else {
     reportInternalError(ctrl, cmdId());
   }
@@ -225,8 +209,10 @@ bool BreakDeleteCmd::launchCmd(MiSession& session) {
   return true;
 }
 
+// Engines' own answers to the number commands (delete, enable, disable, condition) are not
+// passed on: the table already changed.
 bool BreakDeleteCmd::replyToUser(MiSession& session) {
-  replyDone(session.ctrl, cmdId());
+  reply(session, "^done");
   return true;
 }
 
@@ -239,7 +225,7 @@ bool BreakEnableCmd::launchCmd(MiSession& session) {
 }
 
 bool BreakEnableCmd::replyToUser(MiSession& session) {
-  replyDone(session.ctrl, cmdId());
+  reply(session, "^done");
   return true;
 }
 
@@ -252,7 +238,7 @@ bool BreakDisableCmd::launchCmd(MiSession& session) {
 }
 
 bool BreakDisableCmd::replyToUser(MiSession& session) {
-  replyDone(session.ctrl, cmdId());
+  reply(session, "^done");
   return true;
 }
 
@@ -260,7 +246,7 @@ bool BreakConditionCmd::launchCmd(MiSession& session) {
   CtrlModule& ctrl = session.ctrl;
   std::string number;
   if (!matchBkpCondId(cmdText, number) || number.empty()) {
-    replyBkpNumberMissing(ctrl, cmdId());
+    reportBreakpointNumberMissingError(ctrl, cmdId());
     return true;
   }
   std::string line = cmdText;
@@ -280,11 +266,11 @@ bool BreakConditionCmd::launchCmd(MiSession& session) {
     ctrl.sendToZub(zubId, line);
     pendingZubIds.insert(zubId);
   }
-  if (pendingZubIds.empty()) replyDone(ctrl, cmdId());
+  if (pendingZubIds.empty()) reply(session, "^done");
   return true;
 }
 
 bool BreakConditionCmd::replyToUser(MiSession& session) {
-  replyDone(session.ctrl, cmdId());
+  reply(session, "^done");
   return true;
 }

@@ -9,6 +9,7 @@
 #include "base/compat.h"
 #include "base/log.h"
 #include "commands/data_cmds.h"
+#include "commands/errors.h"
 #include "engine/ctrl_module.h"
 
 namespace {
@@ -180,9 +181,7 @@ bool BreakListCmd::replyToUser(MiSession& session) {
   head->toMiMap()->setList("body", body);
   MiMap record(true);
   record["BreakpointTable"] = head;
-  std::string printed;
-  record.printToString(printed);
-  reply(session, "^done," + printed);
+  replyWith(session, "^done", record);
   return true;
 }
 
@@ -213,7 +212,7 @@ bool BreakWatchCmd::replyToUser(MiSession& session) {
 bool ThreadSelectCmd::launchCmd(MiSession& session) {
   const std::string userThreadId = lastArgument(cmdText);
   if (userThreadId.empty()) {
-    reply(session, "^error,msg=\"-thread-select: USAGE: threadnum.\"");
+    reportThreadSelectUsageError(session.ctrl, cmdId());
     return true;
   }
   std::string zubId, engineThreadId;

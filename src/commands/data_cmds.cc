@@ -5,6 +5,7 @@
 #include <map>
 #include <vector>
 
+#include "base/engine_id.h"
 #include "base/log.h"
 #include "base/silencer.h"
 #include "commands/errors.h"
@@ -127,11 +128,11 @@ bool DataDisassembleCmd::replyToUser(MiSession& session) {
 bool DataListRegisterNamesCmd::launchCmd(MiSession& session) {
   std::string line = cmdText;
   replaceCmdThreadGroupId(cmdText, "", line);
-  if (!session.ctrl.sendToZub("i1", line)) {
+  if (!session.ctrl.sendToZub(kHostEngineId, line)) {
     reportInternalError(session.ctrl, cmdId());
     return true;
   }
-  pendingZubIds.insert("i1");
+  pendingZubIds.insert(kHostEngineId);
   return true;
 }
 
@@ -186,7 +187,8 @@ bool DataListRegisterValuesCmd::launchCmd(MiSession& session) {
   if (!session.cardIpTable.empty()) {
     if (session.userRegNames.empty()) {
       // The numbering comes from the host's names; the user did not ask for them.
-      DataListRegisterNamesCmd names("-data-list-register-names --thread-group i1\n");
+      DataListRegisterNamesCmd names(std::string("-data-list-register-names --thread-group ") +
+                                     kHostEngineId + "\n");
       Silencer quiet(ctrl.muted);
       if (!session.runCmd(names)) return false;
     }
@@ -221,9 +223,7 @@ bool DataListRegisterValuesCmd::toEngineLine(MiSession& session, const std::stri
     std::list<MiRecordPtr> values;
     for (unsigned int number : requested) values.push_back(undefinedRegister(number));
     record.setList("register-values", values);
-    std::string printed;
-    record.printToString(printed);
-    reply(session, "^done," + printed);
+    replyWith(session, "^done", record);
     return false;
   }
   std::string spliced = line;
@@ -236,9 +236,9 @@ bool DataListRegisterValuesCmd::toEngineRegs(MiSession& session, const std::stri
                                              const std::list<unsigned int>& requested,
                                              std::list<unsigned int>& engineRegs) {
   const std::vector<std::string>& userNames = session.userRegNames;
-  const bool toHost = zubId == "i1";
+  const bool toHost = zubId == kHostEngineId;
   for (unsigned int number : requested) {
-    if (!toHost && zubId.rfind("vek", 0) != 0) {
+    if (!toHost && !isCardEngine(zubId)) {
       LOG_AT(session.ctrl) << "Unexpected engine id: " << zubId;
       reportInternalError(session.ctrl, cmdId());
       return false;
@@ -277,7 +277,7 @@ bool DataListRegisterValuesCmd::toUserRegs(MiSession& session, const std::string
   const std::vector<std::string>* engineNames = nullptr;
   if (zubId.rfind("i", 0) == 0)
     engineNames = &session.hostRegNames;
-  else if (zubId.find("vek") != zubId.npos)
+  else if (isCardEngine(zubId))
     engineNames = &userNames;
   std::map<std::string, MiRecordPtr> byName =
       registersByName(ctrl, values->elements, engineNames, userNames);

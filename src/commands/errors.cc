@@ -5,9 +5,14 @@
 
 namespace {
 
+// `results` is the record's text after "^error,".
+void sendError(CtrlModule& ctrl, const std::string& cmdId, const std::string& results) {
+  ctrl.sendToUser(cmdId + "^error," + results + "\n");
+  sendPrompt(ctrl);
+}
+
 void reportError(CtrlModule& ctrl, const std::string& cmdId, const std::string& message) {
-  ctrl.sendToUser(cmdId + "^error,msg=\"" + message + "\"\n");
-  ctrl.sendToUser(kPrompt);
+  sendError(ctrl, cmdId, "msg=\"" + message + "\"");
 }
 
 }  // namespace
@@ -51,4 +56,28 @@ void reportCommandNotImplementedError(CtrlModule& ctrl, const std::string& cmdId
 
 void reportInternalError(CtrlModule& ctrl, const std::string& cmdId) {
   reportError(ctrl, cmdId, "Internal error");
+}
+
+void reportBreakpointNumberMissingError(CtrlModule& ctrl, const std::string& cmdId) {
+  reportError(ctrl, cmdId, "Breakpoint number is missing.");
+}
+
+void reportCommandFilesNestTooDeeplyError(CtrlModule& ctrl, int maxDepth, const std::string& name,
+                                          const std::string& cmdId) {
+  reportError(
+      ctrl, cmdId,
+      "Command files nest too deeply (more than " + std::to_string(maxDepth) + "): " + name);
+}
+
+void reportNoEngineLeftError(CtrlModule& ctrl, const std::string& cmdId) {
+  reportError(ctrl, cmdId, "No debugger engine is left: every engine has ended.");
+}
+
+void reportThreadSelectUsageError(CtrlModule& ctrl, const std::string& cmdId) {
+  reportError(ctrl, cmdId, "-thread-select: USAGE: threadnum.");
+}
+
+void reportUndefinedMiCommandError(CtrlModule& ctrl, const std::string& name,
+                                   const std::string& cmdId) {
+  sendError(ctrl, cmdId, "msg=\"Undefined MI command: " + name + "\",code=\"undefined-command\"");
 }

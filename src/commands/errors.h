@@ -18,3 +18,14 @@ void reportCannotOpenFileError(CtrlModule& ctrl, const std::string& name, const 
 void reportSyntaxError(CtrlModule& ctrl, const std::string& cmdId);
 void reportCommandNotImplementedError(CtrlModule& ctrl, const std::string& cmdId);
 void reportInternalError(CtrlModule& ctrl, const std::string& cmdId);
+void reportBreakpointNumberMissingError(CtrlModule& ctrl, const std::string& cmdId);
+// A "source" that would open more than `maxDepth` command files at once.
+void reportCommandFilesNestTooDeeplyError(CtrlModule& ctrl, int maxDepth, const std::string& name,
+                                          const std::string& cmdId);
+// Every engine has ended, so no command can be carried out.
+void reportNoEngineLeftError(CtrlModule& ctrl, const std::string& cmdId);
+// gdb's own answers, in the gdb-compatible mode: a "-thread-select" without a thread, and a
+// command word the program does not know ("code" is what gdb's clients look for).
+void reportThreadSelectUsageError(CtrlModule& ctrl, const std::string& cmdId);
+void reportUndefinedMiCommandError(CtrlModule& ctrl, const std::string& name,
+                                   const std::string& cmdId);

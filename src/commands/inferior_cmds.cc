@@ -71,7 +71,7 @@ bool TargetAttachCmd::launchCmd(MiSession& session) {
 bool TargetAttachCmd::handleResponse(MiSession& session, const std::string& zubId,
                                      const std::string& line) {
   CtrlModule& ctrl = session.ctrl;
-  std::string printed;
+  MiRecordPtr record;
   if (matchMiResultType(line, resultClass)) {
     if (pendingZubIds.erase(zubId) == 0) {
       LOG_AT(ctrl) << "Ignoring result from " << zubId << ".";
@@ -80,15 +80,18 @@ bool TargetAttachCmd::handleResponse(MiSession& session, const std::string& zubI
     std::string text;
     if (!matchMiRecord(line, text)) {
       ctrl.sendToUser(line);
-      ctrl.sendToUser(kPrompt);
-    } else if (translateRecord(session, zubId, line, printed)) {
-      reply(session, "^" + resultClass + "," + printed);
+      sendPrompt(ctrl);
+    } else if (translateRecord(session, zubId, line, record)) {
+      replyWith(session, "^" + resultClass, *record->toMiMap());
     } else {
       reportInternalError(ctrl, cmdId());
     }
   } else if (matchMiStopped(line)) {
-    if (translateRecord(session, zubId, line, printed))
+    std::string printed;
+    if (translateRecord(session, zubId, line, record)) {
+      record->printToString(printed);
       ctrl.sendToUser(cmdId() + "*stopped," + printed + "\n");
+    }
   } else {
     ctrl.sendToUser(line);
   }
@@ -96,14 +99,11 @@ bool TargetAttachCmd::handleResponse(MiSession& session, const std::string& zubI
 }
 
 bool TargetAttachCmd::translateRecord(MiSession& session, const std::string& zubId,
-                                      const std::string& line, std::string& printed) {
+                                      const std::string& line, MiRecordPtr& record) {
   std::string text;
-  MiRecordPtr record;
   if (matchMiRecord(line, text) && parseMiRecord(text, record) && record->toMiMap() &&
-      record->replaceThreadIds(session.threadIdTable, zubId)) {
-    record->printToString(printed);
+      record->replaceThreadIds(session.threadIdTable, zubId))
     return true;
-  }
   LOG_AT(session.ctrl) << "Bad record (" << text << ") from " << zubId << ".";
   return false;
 }

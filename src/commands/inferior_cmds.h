@@ -55,9 +55,9 @@ class TargetAttachCmd : public MiCmd {
   std::set<std::string> pendingZubIds;
 
  private:
-  // The record of `line` as printed in the user's numbering; false, logged, when unreadable.
+  // The record of `line` (a map) in the user's numbering; false, logged, when unreadable.
   bool translateRecord(MiSession& session, const std::string& zubId, const std::string& line,
-                       std::string& printed);
+                       MiRecordPtr& record);
 };
 
 // "-target-detach": one engine, as the single-engine commands choose it. On "^done" the group

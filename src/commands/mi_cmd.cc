@@ -11,6 +11,8 @@
 #include "mi/mi_parser.h"
 #include "session/mi_session.h"
 
+void sendPrompt(CtrlModule& ctrl) { ctrl.sendToUser(kPrompt); }
+
 MiCmd::MiCmd(const std::string& line) : cmdText(line) {
   matchCmdId(cmdId_, line);
   matchCmdName(cmdName, line);
@@ -20,7 +22,14 @@ MiCmd::MiCmd(const std::string& line) : cmdText(line) {
 
 void MiCmd::reply(MiSession& session, const std::string& record) {
   session.ctrl.sendToUser(cmdId_ + record + "\n");
-  session.ctrl.sendToUser(kPrompt);
+  sendPrompt(session.ctrl);
+}
+
+void MiCmd::replyWith(MiSession& session, const std::string& resultClass, const MiMap& results) {
+  if (results.entries.empty()) return reply(session, resultClass);
+  std::string printed;
+  results.printToString(printed);
+  reply(session, resultClass + "," + printed);
 }
 
 bool MiCmd::findThread(MiSession& session, const std::string& userThreadId, std::string& zubId,
@@ -133,15 +142,17 @@ bool SimpleMiCmd::replyFromOneEngine(MiSession& session, bool exactlyOne) {
     return true;
   }
   const auto& [zubId, resultClass] = *resultClasses.begin();
-  std::string record = "^" + resultClass;
-  auto result = results.find(zubId);
-  if (result != results.end() && !result->second.entries.empty()) {
-    std::string printed;
-    result->second.printToString(printed);
-    record += "," + printed;
-  }
-  reply(session, record);
+  replyWithResultsOf(session, "^" + resultClass, zubId);
   return true;
+}
+
+void SimpleMiCmd::replyWithResultsOf(MiSession& session, const std::string& resultClass,
+                                     const std::string& zubId) {
+  auto result = results.find(zubId);
+  if (result == results.end())
+    reply(session, resultClass);
+  else
+    replyWith(session, resultClass, result->second);
 }
 
 NotImplementedCmd::NotImplementedCmd(const std::string& line, bool replyDone)
@@ -151,7 +162,7 @@ bool NotImplementedCmd::launchCmd(MiSession& session) {
   // Clients of gdb fall back to other commands on exactly this answer.
   if (gdbCompatible()) {
     const std::string name = cmdName.starts_with('-') ? cmdName.substr(1) : cmdName;
-    reply(session, "^error,msg=\"Undefined MI command: " + name + "\",code=\"undefined-command\"");
+    reportUndefinedMiCommandError(session.ctrl, name, cmdId_);
     return true;
   }
   reply(session,

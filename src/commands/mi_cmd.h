@@ -5,11 +5,15 @@
 
 #include "mi/mi_record.h"
 
+class CtrlModule;
 class MiSession;
 
 // Every reply record to the user is followed by this prompt as a separate piece of text; only
 // "^exit" and "*stopped" records go without one.
 inline constexpr const char* kPrompt = "(gdb)\n";
+
+// Sends the prompt to the user: the one place it is written.
+void sendPrompt(CtrlModule& ctrl);
 
 // One user command line. The session runs the command at the front of its queue: launchCmd,
 // then, until isFinished, engine lines go to handleResponse and a user interrupt to
@@ -41,14 +45,18 @@ class MiCmd {
   // The token (leading digits), possibly empty; every reply to the user starts with it.
   const std::string& cmdId() const { return cmdId_; }
 
+  // Sends the token, `record` and "\n" as one piece, then the prompt.
+  void reply(MiSession& session, const std::string& record);
+  // As reply, with `resultClass` ("^done", "^error", ...) followed by "," and the printed
+  // `results`; a map without entries adds nothing, not even the comma.
+  void replyWith(MiSession& session, const std::string& resultClass, const MiMap& results);
+
   std::string cmdText;        // the whole line, "\n" included
   std::string cmdName;        // the command word, such as "-exec-run" or "info"
   std::string threadId;       // user thread id after "--thread", or empty
   std::string threadGroupId;  // engine id after "--thread-group", or empty
 
  protected:
-  // Sends the token, `record` and "\n" as one piece, then the prompt.
-  void reply(MiSession& session, const std::string& record);
   // The engine and engine thread of user thread `userThreadId`. False, with the invalid-thread
   // error already sent to the user, for an id the session never gave out.
   bool findThread(MiSession& session, const std::string& userThreadId, std::string& zubId,
@@ -94,6 +102,9 @@ class SimpleMiCmd : public MiCmd {
   // Sends `text` to engine `zubId` and waits for it, or answers the "Invalid thread-group: "
   // error naming `zubId` when there is no such engine.
   void sendToGroup(MiSession& session, const std::string& zubId, const std::string& text);
+  // replyWith the results engine `zubId` answered with, or with none when it sent no record.
+  void replyWithResultsOf(MiSession& session, const std::string& resultClass,
+                          const std::string& zubId);
   // Reply rule: the first engine's class and results, then the prompt. "Internal error" when no
   // engine answered, or, with `exactlyOne`, when not exactly one did.
   bool replyFromOneEngine(MiSession& session, bool exactlyOne);

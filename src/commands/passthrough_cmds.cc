@@ -60,24 +60,15 @@ bool SetSerializeExecutionCmd::launchCmd(MiSession& session) {
 
 // The first engine (by id) that failed decides the reply; otherwise the first record sent.
 bool SetSerializeExecutionCmd::replyToUser(MiSession& session) {
-  auto withRecord = [&](const std::string& zubId, std::string record) {
-    auto result = results.find(zubId);
-    if (result != results.end() && !result->second.entries.empty()) {
-      std::string printed;
-      result->second.printToString(printed);
-      record += "," + printed;
-    }
-    return record;
-  };
   for (const auto& [zubId, resultClass] : resultClasses) {
     if (resultClass == "error") {
-      reply(session, withRecord(zubId, "^error"));
+      replyWithResultsOf(session, "^error", zubId);
       return true;
     }
   }
   for (const auto& [zubId, result] : results) {
     if (!result.entries.empty()) {
-      reply(session, withRecord(zubId, "^done"));
+      replyWith(session, "^done", result);
       return true;
     }
   }
@@ -143,9 +134,7 @@ bool ZubCondPrintCmd::replyToUser(MiSession& session) {
   }
   MiMap message(true);
   message.setString("zub-cond-msg", value == "0" || value == "false" ? falseMessage : trueMessage);
-  std::string printed;
-  message.printToString(printed);
-  reply(session, "^done," + printed);
+  replyWith(session, "^done", message);
   return true;
 }
 
@@ -170,8 +159,7 @@ bool SourceCmd::launchCmd(MiSession& session) {
   LOG_AT(ctrl) << "Filename: " << fileName;
   // A file that sources itself would otherwise recurse until the stack runs out.
   if (sourceDepth >= kMaxSourceDepth) {
-    reply(session, "^error,msg=\"Command files nest too deeply (more than " +
-                       std::to_string(kMaxSourceDepth) + "): " + fileName + "\"");
+    reportCommandFilesNestTooDeeplyError(ctrl, kMaxSourceDepth, fileName, cmdId());
     return true;
   }
   std::ifstream file(fileName);

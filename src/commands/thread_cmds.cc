@@ -6,6 +6,7 @@
 #include <set>
 
 #include "base/compat.h"
+#include "base/engine_id.h"
 #include "base/log.h"
 #include "commands/errors.h"
 #include "engine/ctrl_module.h"
@@ -52,22 +53,19 @@ std::map<unsigned long, MiRecordPtr> mergeThreads(MiSession& session,
   return merged;
 }
 
-// Sends the token, "^done," and a record holding only the list `name`, then the prompt.
-void replyWithList(MiSession& session, const std::string& cmdId, const std::string& name,
+// Answers "^done" with a record holding only the list `name`.
+void replyWithList(MiCmd& cmd, MiSession& session, const std::string& name,
                    const std::list<MiRecordPtr>& items) {
   MiMap record(true);
   record.setList(name, items);
-  std::string printed;
-  record.printToString(printed);
-  session.ctrl.sendToUser(cmdId + "^done," + printed + "\n");
-  session.ctrl.sendToUser(kPrompt);
+  cmd.replyWith(session, "^done", record);
 }
 
-void replyWithThreads(MiSession& session, const std::string& cmdId,
+void replyWithThreads(MiCmd& cmd, MiSession& session,
                       const std::map<unsigned long, MiRecordPtr>& merged) {
   std::list<MiRecordPtr> threads;
   for (const auto& [id, thread] : merged) threads.push_back(thread);
-  replyWithList(session, cmdId, "threads", threads);
+  replyWithList(cmd, session, "threads", threads);
 }
 
 }  // namespace
@@ -105,7 +103,7 @@ bool ThreadInfoCmd::launchCmd(MiSession& session) {
 // Whatever class the engine answered, the reply is "^done" with the threads found.
 bool ThreadInfoCmd::replyToUser(MiSession& session) {
   if (!allThreads) {
-    replyWithThreads(session, cmdId(), mergeThreads(session, results, true));
+    replyWithThreads(*this, session, mergeThreads(session, results, true));
     return true;
   }
   // gdb's form: the engines' own tuples, then the current engine's current thread.
@@ -117,9 +115,7 @@ bool ThreadInfoCmd::replyToUser(MiSession& session) {
   std::string currentThreadId;
   if (current != results.end() && current->second.findString("current-thread-id", currentThreadId))
     record.setString("current-thread-id", currentThreadId);
-  std::string printed;
-  record.printToString(printed);
-  reply(session, "^done," + printed);
+  replyWith(session, "^done", record);
   return true;
 }
 
@@ -144,19 +140,19 @@ bool ListThreadGroupsCmd::launchCmd(MiSession& session) {
   }
   // The matcher keeps one id only: the last one on the line.
   const std::string& groupId = *groups.begin();
-  if (groupId != "i1") {
+  if (groupId != kHostEngineId) {
     sendToGroup(session, groupId, threadInfo);
     return true;
   }
   // The host's group holds every card engine's threads too.
-  ctrl.getZubIds("vek", pendingZubIds);
+  ctrl.getZubIds(kCardEnginePrefix, pendingZubIds);
   if (!ctrl.sendToZubs(pendingZubIds, threadInfo)) return false;
-  if (!ctrl.sendToZub("i1", threadInfo)) {
+  if (!ctrl.sendToZub(kHostEngineId, threadInfo)) {
     pendingZubIds.clear();
-    reportInvalidThreadGroupIdError(ctrl, "i1", cmdId());
+    reportInvalidThreadGroupIdError(ctrl, kHostEngineId, cmdId());
     return true;
   }
-  pendingZubIds.insert("i1");
+  pendingZubIds.insert(kHostEngineId);
   return true;
 }
 
@@ -172,7 +168,7 @@ void ListThreadGroupsCmd::replyHostGroups(MiSession& session) {
       return;
     }
     // Card-side processes are shown as threads of "i1", not as groups.
-    if (id.find("vek") != id.npos) continue;
+    if (isCardEngine(id)) continue;
     auto item = boost::make_shared<MiMap>(false);
     item->setString("id", id);
     for (const char* key : {"pid", "type"}) {
@@ -181,12 +177,12 @@ void ListThreadGroupsCmd::replyHostGroups(MiSession& session) {
     }
     items.push_back(item);
   }
-  replyWithList(session, cmdId(), "groups", items);
+  replyWithList(*this, session, "groups", items);
 }
 
 bool ListThreadGroupsCmd::replyToUser(MiSession& session) {
   if (!available) {
-    replyWithThreads(session, cmdId(), mergeThreads(session, results, false));
+    replyWithThreads(*this, session, mergeThreads(session, results, false));
     return true;
   }
   CtrlModule& ctrl = session.ctrl;
@@ -206,6 +202,6 @@ bool ListThreadGroupsCmd::replyToUser(MiSession& session) {
     if (result != results.end()) result->second.printToString(printed);
     LOG_AT(ctrl) << "Field 'groups' not found in: " << printed;
   }
-  replyWithList(session, cmdId(), "groups", groups);
+  replyWithList(*this, session, "groups", groups);
   return true;
 }

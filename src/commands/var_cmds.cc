@@ -132,8 +132,6 @@ bool VarUpdateCmd::replyToUser(MiSession& session) {
   if (!updated) return replyFromOneEngine(session, false);
   MiMap record(true);
   record.setList("changelist", changes);
-  std::string printed;
-  record.printToString(printed);
-  reply(session, "^done," + printed);
+  replyWith(session, "^done", record);
   return true;
 }

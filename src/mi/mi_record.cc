@@ -2,6 +2,7 @@
 
 #include <string_view>
 
+#include "base/engine_id.h"
 #include "mi/mi_node_alloc.h"
 
 namespace {
@@ -22,7 +23,8 @@ bool convertThreadId(MiRecord& node, ThreadIdTable& table, const std::string& en
 bool replaceGroupId(MiRecord& node) {
   MiString* id = node.toMiString();
   if (!id) return false;
-  if (id->value.find("vek") != std::string::npos) id->value = "i1";
+  // A value in an engine's record, not one of our engine ids: "vek" anywhere in it counts.
+  if (id->value.find("vek") != std::string::npos) id->value = kHostEngineId;
   return true;
 }
 

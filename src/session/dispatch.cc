@@ -47,7 +47,7 @@ void interrupt(MiSession& session, const std::string& line, MiCmdQueue& queue) {
     std::string token;
     matchCmdId(token, line);
     session.ctrl.sendToUser(token + "^done\n");
-    session.ctrl.sendToUser(kPrompt);
+    sendPrompt(session.ctrl);
   }
 }
 
@@ -192,7 +192,7 @@ bool readAsGdb(MiSession& session, const std::string& userLine, std::string& lin
   matchTokenAndRest(userLine, token, rest);
   if (rest.empty()) {
     session.ctrl.sendToUser(token + "^done\n");
-    session.ctrl.sendToUser(kPrompt);
+    sendPrompt(session.ctrl);
     return false;
   }
   line = token + rest + "\n";
@@ -214,7 +214,7 @@ bool MiSession::parseCmd(const std::string& userLine, MiCmdQueue& queue) {
   if (gdbCompatible() && !readAsGdb(*this, userLine, line, queue)) return true;
   std::string word;
   if (!matchCmdName(word, line)) {
-    ctrl.sendToUser(kPrompt);
+    sendPrompt(ctrl);
     return true;
   }
   if (parseCompatCmd(word, line, queue)) return true;

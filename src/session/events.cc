@@ -5,6 +5,7 @@
 #include <chrono>
 
 #include "base/compat.h"
+#include "base/engine_id.h"
 #include "base/log.h"
 #include "commands/break_cmds.h"
 #include "engine/ctrl_module.h"
@@ -14,10 +15,10 @@
 
 namespace {
 
-bool isCardEngine(const std::string& zubId) { return zubId.rfind("vek", 0) == 0; }
-
 // Card engines' threads and libraries belong to the host program's group.
-std::string userGroupOf(const std::string& zubId) { return isCardEngine(zubId) ? "i1" : zubId; }
+std::string userGroupOf(const std::string& zubId) {
+  return isCardEngine(zubId) ? kHostEngineId : zubId;
+}
 
 std::string printed(const MiRecord& record) {
   std::string text;

@@ -7,6 +7,7 @@
 #include "base/env_var.h"
 #include "base/log.h"
 #include "base/signals.h"
+#include "commands/errors.h"
 #include "commands/mi_cmd.h"
 #include "engine/ctrl_module.h"
 #include "match/output_matchers.h"
@@ -107,9 +108,7 @@ void MiSession::serve() {
       if (ctrl.userInput.size() == 0) ctrl.waitForEvent();
     } else if (ctrl.zubs.empty() && !isExitCmd(*commandQueue.front())) {
       // Every engine has ended: nothing can carry the command out.
-      ctrl.sendToUser(commandQueue.front()->cmdId() +
-                      "^error,msg=\"No debugger engine is left: every engine has ended.\"\n");
-      ctrl.sendToUser(kPrompt);
+      reportNoEngineLeftError(ctrl, commandQueue.front()->cmdId());
       commandQueue.pop_front();
     } else {
       // Our own reference keeps the command alive while lines queued meanwhile grow the queue.

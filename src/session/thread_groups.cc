@@ -1,6 +1,8 @@
 #include "base/diagnostics.h"
+#include "base/engine_id.h"
 #include "base/env_var.h"
 #include "base/log.h"
+#include "commands/mi_cmd.h"
 #include "engine/ctrl_module.h"
 #include "match/output_matchers.h"
 #include "session/mi_session.h"
@@ -42,9 +44,9 @@ bool MiSession::spawnZub(const char** argv, const std::string& prefix, std::stri
     if (card != ipCardTable.end()) group.setString("vek-card", card->second);
   }
   // Card engines are announced, if at all, by the attach that started them.
-  if (prefix != "vek") {
+  if (prefix != kCardEnginePrefix) {
     ctrl.sendToUser("=thread-group-added,id=\"" + id + "\"\n");
-    ctrl.sendToUser("(gdb)\n");
+    sendPrompt(ctrl);
   }
   return true;
 }
@@ -61,7 +63,7 @@ bool MiSession::removeZub(std::string id) {
 
 void MiSession::forgetZub(const std::string& id, const std::string& how) {
   ctrl.removeZub(id);
-  if (id.rfind("vek", 0) != 0) ctrl.sendToUser("=thread-group-" + how + ",id=\"" + id + "\"\n");
+  if (!isCardEngine(id)) ctrl.sendToUser("=thread-group-" + how + ",id=\"" + id + "\"\n");
   if (id == currentZubId) {
     std::set<std::string> remaining;
     ctrl.getZubIds(remaining);
