@@ -193,7 +193,7 @@ bool ExecCmd::advance(MiSession& session, bool stopOthers) {
     announced = true;
     session.ctrl.sendToUser(cmdId() + "^running\n");
     session.ctrl.sendToUser("*running,thread-id=\"all\"\n");
-    session.ctrl.sendToUser(kPrompt);
+    sendPrompt(session.ctrl);
   }
   if (pendingZubIds.empty() && state == State::kSent) state = State::kRunning;
   if (stopOthers) {
@@ -293,7 +293,7 @@ bool ExecCmd::replyAllErrors(MiSession& session) {
   }
   // The smallest engine id wins, so the host's own error is the one the user reads.
   session.ctrl.sendToUser(errorResults.begin()->second);
-  session.ctrl.sendToUser(kPrompt);
+  sendPrompt(session.ctrl);
   return true;
 }
 

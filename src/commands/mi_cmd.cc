@@ -11,7 +11,7 @@
 #include "mi/mi_parser.h"
 #include "session/mi_session.h"
 
-void sendPrompt(CtrlModule& ctrl) { ctrl.sendToUser(kPrompt); }
+void sendPrompt(CtrlModule& ctrl) { ctrl.sendToUser("(gdb)\n"); }
 
 MiCmd::MiCmd(const std::string& line) : cmdText(line) {
   matchCmdId(cmdId_, line);

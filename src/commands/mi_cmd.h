@@ -8,11 +8,9 @@
 class CtrlModule;
 class MiSession;
 
-// Every reply record to the user is followed by this prompt as a separate piece of text; only
-// "^exit" and "*stopped" records go without one.
-inline constexpr const char* kPrompt = "(gdb)\n";
-
-// Sends the prompt to the user: the one place it is written.
+// Sends the prompt "(gdb)\n" to the user: the one place it is written. Every reply record to the
+// user is followed by it as a separate piece of text; only "^exit" and "*stopped" records go
+// without one.
 void sendPrompt(CtrlModule& ctrl);
 
 // One user command line. The session runs the command at the front of its queue: launchCmd,
