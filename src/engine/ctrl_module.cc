@@ -81,7 +81,7 @@ void closeBoth(const int fds[2]) {
 }  // namespace
 
 CtrlModule::CtrlModule(std::ostream& log, FILE* userIn, FILE* userOut)
-    : userIO(userIn, userOut, &userInput, &userOutput), log(log) {
+    : log(log), userIO(userIn, userOut, &userInput, &userOutput) {
   userInput.setWakeup(&mainWakeup);
   // On a single CPU the watch would only keep the threads that bring the event off it.
   cpu_set_t cpus;
@@ -268,6 +268,12 @@ bool CtrlModule::tryReceiveFromUser(std::string& line) {
   return userInput.tryTake(line);
 }
 
+bool CtrlModule::feedUserLine(const std::string& line) {
+  if (userInput.size() >= kUserInputCapacity) return false;
+  userInput.put(line);
+  return true;
+}
+
 bool CtrlModule::hasEnded(const std::string& id) const {
   boost::shared_ptr<ZubModule> zub = findZub(id);
   return zub && zub->ended && zub->taken.empty() && zub->zubOutput.size() == 0;
@@ -331,7 +337,7 @@ void CtrlModule::flushUserOutput() {
   userIO.writeNow(userPending);
   // A user who stops reading must not keep a quit or terminate request from ending the session.
   if (!userOutput.putAllUnless(userPending, [] { return sigQuitPending || sigTermPending; })) {
-    userStuck = true;
+    userStuck_ = true;
     LOG_AT(*this) << "The user does not read; dropped what was left for the user.";
   }
   userPending.clear();

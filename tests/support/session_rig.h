@@ -156,7 +156,7 @@ class SessionRig {
   std::string userOutput() {
     std::string all, piece;
     ctrl.flushUserOutput();
-    while (ctrl.userOutput.tryTake(piece)) all += piece;
+    while (ctrl.tryTakeUserOutput(piece)) all += piece;
     return all;
   }
   std::vector<std::string> logLines() const {
