@@ -176,7 +176,7 @@ class SessionDriver {
         session.commandQueue.empty() ? nullptr : session.commandQueue.front().get();
     if (front != lastFront) stalls = 0;
     lastFront = front;
-    if (front == nullptr && userLines.empty()) sigTermPending = true;
+    if (front == nullptr && userLines.empty()) sigTermPending = 1;
     if (++stalls > kMaxStalls) {
       static const char kHang[] = "The session still waits after every engine has ended.\n";
       [[maybe_unused]] const ssize_t n = write(STDERR_FILENO, kHang, sizeof kHang - 1);
@@ -254,9 +254,9 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  sigIntPending = false;
-  sigQuitPending = false;
-  sigTermPending = false;
+  sigIntPending = 0;
+  sigQuitPending = 0;
+  sigTermPending = 0;
   SessionDriver driver(data, size);
   driver.run();
   return 0;

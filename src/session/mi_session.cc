@@ -135,7 +135,7 @@ bool MiSession::runCmd(MiCmd& cmd) {
   while (!cmd.isFinished()) {
     if (sigIntPending) {
       LOG_BLANK_AT(ctrl) << "sigIntPending cleared.";
-      sigIntPending = false;
+      sigIntPending = 0;
       cmd.interruptCmd(*this);
     }
     // A terminate request waits until the command has finished; a quit does not.
@@ -226,7 +226,7 @@ void MiSession::handleZubEnded(const std::string& zubId) {
 
 void MiSession::clearSigInt() {
   LOG_BLANK_AT(ctrl) << "sigIntPending cleared.";
-  sigIntPending = false;
+  sigIntPending = 0;
 }
 
 void MiSession::handleMiEvent(const std::string& zubId, const std::string& line,

@@ -142,7 +142,7 @@ TEST(IOModule, LinesCrossBothThreadsWholeAndInOrder) {
 class Ctrl : public ::testing::Test {
  protected:
   Ctrl() {
-    sigIntPending = false;
+    sigIntPending = 0;
     ctrl.start();
   }
   ~Ctrl() override {
@@ -150,7 +150,7 @@ class Ctrl : public ::testing::Test {
     ctrl.stop();
     fclose(userIn);
     fclose(userOut);
-    sigIntPending = false;
+    sigIntPending = 0;
   }
 
   void killAll() {
