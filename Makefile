@@ -57,7 +57,6 @@ bench: deps
 	cmake -S . -B build-bench -G Ninja -DCMAKE_BUILD_TYPE=Release -DWEM_BENCH=ON -DWEM_TESTS=ON
 	cmake --build build-bench -j $(JOBS)
 	@for b in build-bench/bin/bench_*; do echo "== $$b"; $$b || exit 1; done
-	@[ ! -x bench/run_session_bench.sh ] || sh bench/run_session_bench.sh build-bench
 
 # Each target keeps what it learns in fuzz-out/<target>/ and starts from its seeds in fuzz/.
 FUZZ_TARGETS := fuzz_mi_parser:corpus fuzz_session:session_corpus

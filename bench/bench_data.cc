@@ -66,7 +66,7 @@ void overPipes(benchmark::State& state, bool throughWem, const std::string& prog
 
 bool drainUser(CtrlModule& ctrl, const std::string& prefix) {
   bool found = false;
-  for (std::string piece; ctrl.userOutput.tryTake(piece);)
+  for (std::string piece; ctrl.tryTakeUserOutput(piece);)
     found = found || piece.starts_with(prefix);
   return found;
 }

@@ -42,7 +42,7 @@ std::string stopLine(const std::string& threadId) {
 
 void drainUser(CtrlModule& ctrl) {
   std::string piece;
-  while (ctrl.userOutput.tryTake(piece)) {
+  while (ctrl.tryTakeUserOutput(piece)) {
   }
 }
 

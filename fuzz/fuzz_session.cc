@@ -20,6 +20,7 @@
 #include <cstdlib>
 #include <deque>
 #include <fstream>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -98,7 +99,7 @@ class SessionDriver {
     session.cardIpTable["0"] = "127.0.0.1";
     session.ipCardTable["127.0.0.1"] = "0";
     // The user channel runs as in the program, so what is sent to the user drains away.
-    ctrl.userIO.start();
+    ctrl.startUserThreads();
   }
 
   ~SessionDriver() {
@@ -164,16 +165,18 @@ class SessionDriver {
       closeEngines();
       return;
     }
-    waitUntil([this] {
-      for (const auto& [id, zub] : ctrl.zubs)
-        if (zub && !zub->ended) return false;
+    std::set<std::string> ids;
+    ctrl.getZubIds(ids);
+    waitUntil([&] {
+      for (const std::string& id : ids)
+        if (!ctrl.findZub(id)->ended) return false;
       return true;
     });
     const MiCmd* front =
         session.commandQueue.empty() ? nullptr : session.commandQueue.front().get();
     if (front != lastFront) stalls = 0;
     lastFront = front;
-    if (front == nullptr && userLines.empty()) sigTermPending = true;
+    if (front == nullptr && userLines.empty()) sigTermPending = 1;
     if (++stalls > kMaxStalls) {
       static const char kHang[] = "The session still waits after every engine has ended.\n";
       [[maybe_unused]] const ssize_t n = write(STDERR_FILENO, kHang, sizeof kHang - 1);
@@ -182,8 +185,7 @@ class SessionDriver {
   }
 
   bool giveUserLine() {
-    if (userLines.empty() || ctrl.userInput.size() >= CtrlModule::kUserInputCapacity) return false;
-    ctrl.userInput.put(userLines.front());
+    if (userLines.empty() || !ctrl.feedUserLine(userLines.front())) return false;
     userLines.pop_front();
     mainWakeup.notify();
     return true;
@@ -252,9 +254,9 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  sigIntPending = false;
-  sigQuitPending = false;
-  sigTermPending = false;
+  sigIntPending = 0;
+  sigQuitPending = 0;
+  sigTermPending = 0;
   SessionDriver driver(data, size);
   driver.run();
   return 0;

@@ -2,20 +2,20 @@
 
 #include "base/wakeup.h"
 
-volatile bool sigIntPending = false;
-volatile bool sigQuitPending = false;
-volatile bool sigTermPending = false;
+volatile sig_atomic_t sigIntPending = 0;
+volatile sig_atomic_t sigQuitPending = 0;
+volatile sig_atomic_t sigTermPending = 0;
 
 void sigIntHandler(int) {
-  sigIntPending = true;
+  sigIntPending = 1;
   mainWakeup.notify();
 }
 void sigQuitHandler(int) {
-  sigQuitPending = true;
+  sigQuitPending = 1;
   mainWakeup.notify();
 }
 void sigTermHandler(int) {
-  sigTermPending = true;
+  sigTermPending = 1;
   mainWakeup.notify();
 }
 

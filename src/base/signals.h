@@ -1,11 +1,12 @@
 #pragma once
 #include <signal.h>
 
-// Set by the handlers below and read on the main thread. One byte each, so a store from a
-// handler is never torn; the session clears sigIntPending when it acts on it, the others stay.
-extern volatile bool sigIntPending;
-extern volatile bool sigQuitPending;
-extern volatile bool sigTermPending;
+// Set (to 1) by the handlers below and read on the main thread. sig_atomic_t is the type a
+// handler may store to without the reader seeing a torn value; the session clears sigIntPending
+// when it acts on it, the others stay.
+extern volatile sig_atomic_t sigIntPending;
+extern volatile sig_atomic_t sigQuitPending;
+extern volatile sig_atomic_t sigTermPending;
 
 // Each sets its flag and wakes the main thread.
 void sigIntHandler(int);

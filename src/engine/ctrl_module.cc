@@ -15,6 +15,7 @@
 #include "base/diagnostics.h"
 #include "base/log.h"
 #include "base/signals.h"
+#include "base/unique_fd.h"
 #include "base/wakeup.h"
 
 namespace {
@@ -29,12 +30,12 @@ void moveFd(int fd, int target) {
 
 // Runs in the forked child: only async-signal-safe calls until exec. `parent` is our pid, taken
 // before the fork.
-[[noreturn]] void execZub(const char* file, const char** argv, const int toZub[2],
-                          const int fromZub[2], int started, pid_t parent) {
-  close(toZub[1]);
-  moveFd(toZub[0], STDIN_FILENO);
-  close(fromZub[0]);
-  moveFd(fromZub[1], STDOUT_FILENO);
+[[noreturn]] void execZub(const char* file, const char** argv, UniquePipe& toZub,
+                          UniquePipe& fromZub, int started, pid_t parent) {
+  toZub.writeEnd.reset();
+  moveFd(toZub.readEnd.get(), STDIN_FILENO);
+  fromZub.readEnd.reset();
+  moveFd(fromZub.writeEnd.get(), STDOUT_FILENO);
   // Every other descriptor of ours is close-on-exec. The engine starts with the default signal
   // state: our ignored SIGPIPE and any blocked signal would otherwise survive the exec.
   sigset_t none;
@@ -73,15 +74,10 @@ bool awaitExit(CtrlModule& ctrl, pid_t pid) {
   }
 }
 
-void closeBoth(const int fds[2]) {
-  close(fds[0]);
-  close(fds[1]);
-}
-
 }  // namespace
 
 CtrlModule::CtrlModule(std::ostream& log, FILE* userIn, FILE* userOut)
-    : userIO(userIn, userOut, &userInput, &userOutput), log(log) {
+    : log(log), userIO(userIn, userOut, &userInput, &userOutput) {
   userInput.setWakeup(&mainWakeup);
   // On a single CPU the watch would only keep the threads that bring the event off it.
   cpu_set_t cpus;
@@ -140,48 +136,35 @@ bool CtrlModule::spawnZub(const char* file, const char** argv, const std::string
   // All close-on-exec, so no engine inherits another engine's pipes. `started` closes in the
   // child at exec (or exit), which tells us the child has its own process group by then; a
   // child whose exec failed first writes the errno into it.
-  int toZub[2];
-  int fromZub[2];
-  int started[2];
-  if (pipe2(toZub, O_CLOEXEC) != 0) return false;
-  if (pipe2(fromZub, O_CLOEXEC) != 0) {
-    closeBoth(toZub);
-    return false;
-  }
-  if (pipe2(started, O_CLOEXEC) != 0) {
-    closeBoth(toZub);
-    closeBoth(fromZub);
-    return false;
-  }
+  UniquePipe toZub;
+  UniquePipe fromZub;
+  UniquePipe started;
+  if (!toZub.open(O_CLOEXEC) || !fromZub.open(O_CLOEXEC) || !started.open(O_CLOEXEC)) return false;
   const pid_t parent = getpid();
   const pid_t pid = fork();
-  if (pid < 0) {
-    closeBoth(toZub);
-    closeBoth(fromZub);
-    closeBoth(started);
-    return false;
-  }
-  if (pid == 0) execZub(file, argv, toZub, fromZub, started[1], parent);
+  if (pid < 0) return false;
+  if (pid == 0) execZub(file, argv, toZub, fromZub, started.writeEnd.get(), parent);
 
-  close(toZub[0]);
-  close(fromZub[1]);
-  close(started[1]);
+  // The child's ends: while we held a write end, neither our read of `started` nor the engine's
+  // reader would ever see end of file.
+  toZub.readEnd.reset();
+  fromZub.writeEnd.reset();
+  started.writeEnd.reset();
   // Our end only: a write that does not fit returns what fit, so the writer thread never blocks
   // in write() and always notices a stop within one polling period.
-  fcntl(toZub[1], F_SETFL, fcntl(toZub[1], F_GETFL) | O_NONBLOCK);
+  fcntl(toZub.writeEnd.get(), F_SETFL, fcntl(toZub.writeEnd.get(), F_GETFL) | O_NONBLOCK);
   int execError = 0;
   ssize_t got;
-  while ((got = read(started[0], &execError, sizeof execError)) < 0 && errno == EINTR) {
+  while ((got = read(started.readEnd.get(), &execError, sizeof execError)) < 0 && errno == EINTR) {
   }
-  close(started[0]);
   // Such an engine is still registered: its output just ends, as for one that exits at once.
   if (got == sizeof execError)
     writeDiagnostic(log,
                     std::string("Error: Cannot execute ") + file + ": " + std::strerror(execError));
 
-  registerZub(boost::shared_ptr<ZubModule>(
-                  new ZubModule(fdopen(fromZub[0], "r"), fdopen(toZub[1], "w"), pid)),
-              prefix, id);
+  FILE* zubStdout = fdopen(fromZub.readEnd.release(), "r");
+  FILE* zubStdin = fdopen(toZub.writeEnd.release(), "w");
+  registerZub(boost::shared_ptr<ZubModule>(new ZubModule(zubStdout, zubStdin, pid)), prefix, id);
   return true;
 }
 
@@ -268,6 +251,12 @@ bool CtrlModule::tryReceiveFromUser(std::string& line) {
   return userInput.tryTake(line);
 }
 
+bool CtrlModule::feedUserLine(const std::string& line) {
+  if (userInput.size() >= kUserInputCapacity) return false;
+  userInput.put(line);
+  return true;
+}
+
 bool CtrlModule::hasEnded(const std::string& id) const {
   boost::shared_ptr<ZubModule> zub = findZub(id);
   return zub && zub->ended && zub->taken.empty() && zub->zubOutput.size() == 0;
@@ -331,7 +320,7 @@ void CtrlModule::flushUserOutput() {
   userIO.writeNow(userPending);
   // A user who stops reading must not keep a quit or terminate request from ending the session.
   if (!userOutput.putAllUnless(userPending, [] { return sigQuitPending || sigTermPending; })) {
-    userStuck = true;
+    userStuck_ = true;
     LOG_AT(*this) << "The user does not read; dropped what was left for the user.";
   }
   userPending.clear();

@@ -88,11 +88,22 @@ class CtrlModule {
   // "(gdb) \n".
   void sendToUser(const std::string& text);
   // Hands the gathered text to the writer. While the user's queue is full it waits, unless a
-  // quit or terminate request is pending: then the text is dropped and `userStuck` set.
+  // quit or terminate request is pending: then the text is dropped and userStuck() holds.
   void flushUserOutput();
 
   // The registered engine, or null for an unknown id.
   boost::shared_ptr<ZubModule> findZub(const std::string& id) const;
+
+  // The controller has at least one registered engine.
+  bool hasEngines() const { return !zubs.empty(); }
+  // A user line is waiting for tryReceiveFromUser.
+  bool userLineWaiting() const { return userInput.size() != 0; }
+  // Every line the user will ever send has been taken: the user's input has ended and no line
+  // of it is waiting.
+  bool userInputEnded() const { return userIO.ended && userInput.size() == 0; }
+  // flushUserOutput dropped text because the user did not read while a quit or terminate
+  // request was pending.
+  bool userStuck() const { return userStuck_; }
 
   // Seams for a driver that runs sessions in process without children (the session fuzzer).
   // With `zubFactory` set, spawnZub starts no process: it registers the engine the factory
@@ -100,6 +111,18 @@ class CtrlModule {
   // thread each time waitForEvent is about to sleep, so the driver can supply the next event.
   std::function<boost::shared_ptr<ZubModule>(const char** argv)> zubFactory;
   std::function<void()> beforeWait;
+  // Starts the user threads alone, for a driver that keeps the process's signal actions.
+  void startUserThreads() { userIO.start(); }
+  // Queues `line` as the user's reader would; false, with nothing queued, while the user's queue
+  // is full.
+  bool feedUserLine(const std::string& line);
+  // Takes the next text handed to the user's writer, for a driver whose user threads do not run
+  // (tests and benchmarks read the user's output here); false, with `text` untouched, when none
+  // is queued. flushUserOutput hands over what sendToUser gathered.
+  bool tryTakeUserOutput(std::string& text) { return userOutput.tryTake(text); }
+
+  bool muted = false;
+  std::ostream& log;
 
  private:
   // Starts the engine's threads and registers it under the next free id of `prefix`.
@@ -108,17 +131,13 @@ class CtrlModule {
   // Logs, once, the lines the channel dropped for their length.
   void reportDroppedLines(IOModule& channel, const std::string& from);
 
- public:
+  // Text sendToUser gathered that flushUserOutput has not handed to the writer yet.
   std::vector<std::string> userPending;
-  bool muted = false;
-  bool userStuck = false;
+  bool userStuck_ = false;
   SharedBuffer<std::string> userInput{kUserInputCapacity};
   SharedBuffer<std::string> userOutput{kUserOutputCapacity};
   IOModule userIO;
   std::map<std::string, boost::shared_ptr<ZubModule>> zubs;
-  std::ostream& log;
-
- private:
   std::chrono::microseconds spinBeforeSleep{0};
   bool spinWorks = false;  // the last wait ended within spinBeforeSleep
 };

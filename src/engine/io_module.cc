@@ -38,7 +38,6 @@ IOModule::IOModule(FILE* input, FILE* output, SharedBuffer<std::string>* inputBu
     : input(input), output(output), inputBuffer(inputBuffer), outputBuffer(outputBuffer) {}
 
 IOModule::~IOModule() {
-  if (stopFd >= 0) close(stopFd);
   input = nullptr;
   output = nullptr;
 }
@@ -48,8 +47,7 @@ void IOModule::start() {
   started = true;
   ended = false;
   outputBlocks = (fcntl(fileno(output), F_GETFL) & O_NONBLOCK) == 0;
-  if (stopFd >= 0) close(stopFd);
-  stopFd = eventfd(0, EFD_CLOEXEC);
+  stopFd.reset(eventfd(0, EFD_CLOEXEC));
   // The threads inherit this mask: the user's signals must interrupt the main thread, never
   // land in a thread that only moves bytes.
   sigset_t blocked;
@@ -67,7 +65,7 @@ void IOModule::start() {
 void IOModule::stop() {
   if (!started) return;
   const uint64_t one = 1;
-  [[maybe_unused]] const ssize_t written = write(stopFd, &one, sizeof one);
+  [[maybe_unused]] const ssize_t written = write(stopFd.get(), &one, sizeof one);
   inputBuffer->close();
   outputBuffer->close();
   pthread_join(reader, nullptr);
@@ -123,7 +121,7 @@ void* IOModule::runReader(void* module) {
   std::vector<std::string> lines;  // the complete lines of one read, queued together
   for (;;) {
     if (buffer.isClosed()) return nullptr;
-    if (!waitFor(fd, POLLIN, self->stopFd)) break;
+    if (!waitFor(fd, POLLIN, self->stopFd.get())) break;
     // Straight from the descriptor: the stream's own buffer would hide bytes from poll.
     const ssize_t count = read(fd, bytes, sizeof bytes);
     if (count < 0 && (errno == EINTR || errno == EAGAIN)) continue;
@@ -176,7 +174,7 @@ void* IOModule::runWriter(void* module) {
     while (pending.size() < kReadSize && buffer.tryTake(more)) pending += more;
     std::size_t done = 0;
     while (done < pending.size()) {
-      if (!waitFor(fd, POLLOUT, self->stopFd)) return nullptr;
+      if (!waitFor(fd, POLLOUT, self->stopFd.get())) return nullptr;
       const std::size_t size = pending.size() - done;
       const ssize_t count =
           write(fd, pending.data() + done, blocking && size > PIPE_BUF ? PIPE_BUF : size);
@@ -185,7 +183,7 @@ void* IOModule::runWriter(void* module) {
       } else if (count < 0 && errno != EINTR && errno != EAGAIN) {
         // Nobody reads any more (EPIPE): nothing will ever be written again. The queue fills up
         // and pushes back as it would for a reader that is merely slow, until stop().
-        pollfd entry = {self->stopFd, POLLIN, 0};
+        pollfd entry = {self->stopFd.get(), POLLIN, 0};
         while (poll(&entry, 1, -1) < 0 && errno == EINTR) {
         }
         return nullptr;

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "base/unique_fd.h"
 #include "engine/shared_buffer.h"
 
 // A reader thread and a writer thread for one endpoint. The reader cuts the bytes of `input` into
@@ -65,7 +66,7 @@ class IOModule {
   SharedBuffer<std::string>* outputBuffer;
   pthread_t reader{};
   pthread_t writer{};
-  int stopFd = -1;                   // readable once stop() has begun
+  UniqueFd stopFd;                   // readable once stop() has begun
   bool outputBlocks = false;         // writes to `output` may block (read at start())
   std::atomic<bool> writing{false};  // the writer holds text it has not written yet
 };

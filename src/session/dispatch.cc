@@ -39,11 +39,11 @@ CmdFactory one(Flags... flags) {
 // at once, as gdb does, and with nothing running it is a command of its own.
 void interrupt(MiSession& session, const std::string& line, MiCmdQueue& queue) {
   if (!gdbCompatible()) {
-    sigIntPending = true;
+    sigIntPending = 1;
   } else if (session.commandQueue.empty()) {
     queue.push_back(boost::make_shared<ExecInterruptCmd>(line));
   } else {
-    sigIntPending = true;
+    sigIntPending = 1;
     std::string token;
     matchCmdId(token, line);
     session.ctrl.sendToUser(token + "^done\n");

@@ -47,11 +47,6 @@ class IdleOutputCmd : public MiCmd {
   bool isFinished() const override { return true; }
 };
 
-// Every line the user will ever send has been taken.
-bool userInputEnded(const CtrlModule& ctrl) {
-  return ctrl.userIO.ended && ctrl.userInput.size() == 0;
-}
-
 // gdb's mode: an exit that waits behind the command that runs the program (the front one) ends
 // the session at once. It is answered and taken off the queue here; stop() ends the engines.
 bool exitNow(MiSession& session) {
@@ -103,10 +98,10 @@ void MiSession::serve() {
       else if (!checkOutputOfZubs(idle))
         return;
       // gdb ends at the end of its input; a client that died leaves nobody else to end engines.
-      if (gdbCompatible() && userInputEnded(ctrl)) return;
+      if (gdbCompatible() && ctrl.userInputEnded()) return;
       // Nothing to do until a user line, a signal or an engine's end comes.
-      if (ctrl.userInput.size() == 0) ctrl.waitForEvent();
-    } else if (ctrl.zubs.empty() && !isExitCmd(*commandQueue.front())) {
+      if (!ctrl.userLineWaiting()) ctrl.waitForEvent();
+    } else if (!ctrl.hasEngines() && !isExitCmd(*commandQueue.front())) {
       // Every engine has ended: nothing can carry the command out.
       reportNoEngineLeftError(ctrl, commandQueue.front()->cmdId());
       commandQueue.pop_front();
@@ -139,19 +134,19 @@ bool MiSession::runCmd(MiCmd& cmd) {
   while (!cmd.isFinished()) {
     if (sigIntPending) {
       LOG_BLANK_AT(ctrl) << "sigIntPending cleared.";
-      sigIntPending = false;
+      sigIntPending = 0;
       cmd.interruptCmd(*this);
     }
     // A terminate request waits until the command has finished; a quit does not.
     if (sigQuitPending) return false;
     // A user who no longer reads cannot see the command end: a terminate request ends it now.
-    if (sigTermPending && ctrl.userStuck) return false;
+    if (sigTermPending && ctrl.userStuck()) return false;
     checkInputFromUser();
     if (gdbCompatible() && cmd.programRuns()) {
       // gdb ends a program that runs when it is told to exit or terminate, and in its
       // asynchronous mode, where it reads on while the program runs, at the end of its input.
       if (sigTermPending || exitNow(*this)) return false;
-      if (engineAsync && userInputEnded(ctrl)) return false;
+      if (engineAsync && ctrl.userInputEnded()) return false;
     }
     if (!checkOutputOfZubs(cmd)) {
       LOG_AT(ctrl) << "'checkOutputOfZubs' failed.";
@@ -230,7 +225,7 @@ void MiSession::handleZubEnded(const std::string& zubId) {
 
 void MiSession::clearSigInt() {
   LOG_BLANK_AT(ctrl) << "sigIntPending cleared.";
-  sigIntPending = false;
+  sigIntPending = 0;
 }
 
 void MiSession::handleMiEvent(const std::string& zubId, const std::string& line,

@@ -110,9 +110,9 @@ class SessionRig {
     signal(SIGPIPE, SIG_IGN);
     for (const auto& [name, value] : e2e::fakeEngineEnv(dir))
       setenv(name.c_str(), value.c_str(), 1);
-    sigIntPending = false;
-    sigQuitPending = false;
-    sigTermPending = false;
+    sigIntPending = 0;
+    sigQuitPending = 0;
+    sigTermPending = 0;
   }
   ~SessionRig() {
     stop();
@@ -149,14 +149,14 @@ class SessionRig {
     }
     alarm(0);
     EXPECT_FALSE(sigQuitPending) << "a command did not finish within its deadline";
-    sigQuitPending = false;
+    sigQuitPending = 0;
     return ok;
   }
   // Everything queued for the user since the last call.
   std::string userOutput() {
     std::string all, piece;
     ctrl.flushUserOutput();
-    while (ctrl.userOutput.tryTake(piece)) all += piece;
+    while (ctrl.tryTakeUserOutput(piece)) all += piece;
     return all;
   }
   std::vector<std::string> logLines() const {
