@@ -11,7 +11,8 @@
 #include "mi/mi_parser.h"
 #include "session/mi_session.h"
 
-void sendPrompt(CtrlModule& ctrl) { ctrl.sendToUser("(gdb)\n"); }
+// gdb's own prompt ends in a blank, and clients of the gdb-compatible mode wait for exactly that.
+void sendPrompt(CtrlModule& ctrl) { ctrl.sendToUser(gdbCompatible() ? "(gdb) \n" : "(gdb)\n"); }
 
 MiCmd::MiCmd(const std::string& line) : cmdText(line) {
   matchCmdId(cmdId_, line);

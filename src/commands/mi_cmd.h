@@ -8,7 +8,8 @@
 class CtrlModule;
 class MiSession;
 
-// Sends the prompt "(gdb)\n" to the user: the one place it is written. Every reply record to the
+// Sends the prompt "(gdb)\n" ("(gdb) \n" in the gdb-compatible mode) to the user: the one place
+// it is written. Every reply record to the
 // user is followed by it as a separate piece of text; only "^exit" and "*stopped" records go
 // without one.
 void sendPrompt(CtrlModule& ctrl);

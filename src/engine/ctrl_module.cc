@@ -11,7 +11,6 @@
 #include <chrono>
 #include <cstring>
 
-#include "base/compat.h"
 #include "base/diagnostics.h"
 #include "base/log.h"
 #include "base/signals.h"
@@ -302,10 +301,6 @@ void CtrlModule::removeZubs(const std::set<std::string>& ids) {
 }
 
 void CtrlModule::sendToUser(const std::string& text) {
-  // Every prompt passes here as a piece of its own; gdb's own prompt ends in a blank, and
-  // clients of the gdb-compatible mode wait for exactly that.
-  static const std::string kGdbPrompt = "(gdb) \n";
-  if (text == "(gdb)\n" && gdbCompatible()) return sendToUser(kGdbPrompt);
   if (muted) {
     LOG_AT(*this) << "muted: " << text;
     return;

@@ -84,8 +84,7 @@ class CtrlModule {
   // The only way text reaches the user; logged after "user: ", or after "muted: " and dropped
   // while muted. The text carries its own newlines. It is gathered on this thread and handed
   // to the writer in batches: before the main thread waits for anything, and at most
-  // kUserBatch texts at a time. In the gdb-compatible mode the prompt "(gdb)\n" goes out as
-  // "(gdb) \n".
+  // kUserBatch texts at a time.
   void sendToUser(const std::string& text);
   // Hands the gathered text to the writer. While the user's queue is full it waits, unless a
   // quit or terminate request is pending: then the text is dropped and userStuck() holds.
