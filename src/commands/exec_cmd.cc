@@ -7,6 +7,7 @@
 #include "base/compat.h"
 #include "base/engine_id.h"
 #include "base/log.h"
+#include "base/signals.h"
 #include "commands/errors.h"
 #include "engine/ctrl_module.h"
 #include "match/cmd_matchers.h"
@@ -124,6 +125,13 @@ bool ExecCmd::handleResponse(MiSession& session, const std::string& zubId,
   }
   if (!resultClass.empty()) return handleMiResult(session, zubId, line, resultClass);
   if (matchMiStopped(line)) return handleMiStopped(session, zubId, line);
+  // The engine heard our interrupt while its program did not run: its stop or end was already
+  // on its way, and with the interrupt gdb may say "Quit" instead of reporting it.
+  if (matchQuit(line) && interruptedZubIds.contains(zubId) && runningZubIds.contains(zubId)) {
+    LOG_AT(session.ctrl) << zubId << " was no longer running.";
+    runningZubIds.erase(zubId);
+    return advance(session, false);
+  }
   std::string offloadSymbol;
   MiSession::retrieveVekOffloadSymbol(offloadSymbol);
   if (isOffloadBreakpointChatter(line, offloadSymbol)) return true;
@@ -142,6 +150,16 @@ bool ExecCmd::handleMiResult(MiSession& session, const std::string& zubId, const
       LOG_AT(ctrl) << "Interrupting " << zubId << ", which started running late.";
       interruptEngine(session, zubId);
     }
+  } else if (resultClass == "error" && runningZubIds.contains(zubId)) {
+    // The engine gave up the run it had started (its target went away, say): the user reads why
+    // and the others go on without it.
+    MiRecordPtr record;
+    std::string text, message;
+    if (matchMiRecord(line, text) && parseMiRecord(text, record) && record->toMiMap() &&
+        record->toMiMap()->findString("msg", message))
+      session.miConsole(message + "\n");
+    forgetEngine(session, zubId);
+    return true;
   } else if (resultClass == "error") {
     errorResults[zubId] = line;
   } else {
@@ -157,9 +175,10 @@ bool ExecCmd::handleMiResult(MiSession& session, const std::string& zubId, const
 
 bool ExecCmd::handleMiStopped(MiSession& session, const std::string& zubId,
                               const std::string& line) {
+  // A stop that follows a "Quit" or an engine's own error comes too late to count.
   if (runningZubIds.erase(zubId) == 0) {
     LOG_AT(session.ctrl) << zubId << " is not supposed to be running.";
-    return false;
+    return true;
   }
   if (firstStoppedZubId.empty()) firstStoppedZubId = zubId;
   // A stop whose record cannot be read still counts; its reason stays "unknown".
@@ -178,6 +197,10 @@ bool ExecCmd::handleMiStopped(MiSession& session, const std::string& zubId,
 bool ExecCmd::interruptCmd(MiSession& session) { return advance(session, true); }
 
 void ExecCmd::zubEnded(MiSession& session, const std::string& zubId) {
+  forgetEngine(session, zubId);
+}
+
+void ExecCmd::forgetEngine(MiSession& session, const std::string& zubId) {
   const bool wasPending = pendingZubIds.erase(zubId) != 0;
   const bool waited = runningZubIds.erase(zubId) != 0 || wasPending;
   stopRecords.erase(zubId);
@@ -198,17 +221,50 @@ bool ExecCmd::advance(MiSession& session, bool stopOthers) {
   if (pendingZubIds.empty() && state == State::kSent) state = State::kRunning;
   if (stopOthers) {
     state = State::kStopping;
-    for (const std::string& zubId : runningZubIds) interruptEngine(session, zubId);
+    for (const std::string& zubId : runningZubIds)
+      if (!interruptedZubIds.contains(zubId)) interruptEngine(session, zubId);
   }
   return true;
 }
 
 void ExecCmd::interruptEngine(MiSession& session, const std::string& zubId) {
+  interruptedZubIds[zubId] = std::chrono::steady_clock::now();
   if (!session.engineAsync) {
     session.ctrl.sendSignalToZub(zubId, SIGINT);
     return;
   }
   session.ctrl.sendToZub(zubId, std::string(kInterruptToken) + "-exec-interrupt\n");
+}
+
+void ExecCmd::checkTimers(MiSession& session) {
+  const auto now = std::chrono::steady_clock::now();
+  // A copy: giving an engine up takes it out of the running set.
+  for (const std::string& zubId : std::set<std::string>(runningZubIds)) {
+    auto interrupted = interruptedZubIds.find(zubId);
+    if (interrupted == interruptedZubIds.end() || now - interrupted->second < kInterruptPatience)
+      continue;
+    if (reinterruptedZubIds.insert(zubId).second) {
+      LOG_AT(session.ctrl) << zubId << " has not stopped; interrupting it again.";
+      interruptEngine(session, zubId);
+    } else if (isCardEngine(zubId)) {
+      LOG_AT(session.ctrl) << zubId << " does not stop; giving it up.";
+      session.dropZub(zubId, *this);
+    }
+  }
+}
+
+std::chrono::milliseconds ExecCmd::nextTimer() const {
+  std::chrono::milliseconds next(-1);
+  const auto now = std::chrono::steady_clock::now();
+  for (const std::string& zubId : runningZubIds) {
+    auto interrupted = interruptedZubIds.find(zubId);
+    if (interrupted == interruptedZubIds.end()) continue;
+    if (reinterruptedZubIds.contains(zubId) && !isCardEngine(zubId)) continue;
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(interrupted->second +
+                                                                   kInterruptPatience - now);
+    if (next.count() < 0 || left < next) next = std::max(left, std::chrono::milliseconds(0));
+  }
+  return next;
 }
 
 bool ExecCmd::allStopped(MiSession& session) {
@@ -240,7 +296,9 @@ bool ExecCmd::allStopped(MiSession& session) {
     state = State::kFinished;
     return reportFinalStop(session);
   }
-  if (cmdName != "-exec-run" && cmdName != "-exec-continue") {
+  // A user who interrupted, or wants to end the session, meanwhile gets the stop at once.
+  const bool userWaits = sigIntPending || sigTermPending || session.exitQueued();
+  if ((cmdName != "-exec-run" && cmdName != "-exec-continue") || userWaits) {
     state = State::kFinished;
     const bool started = std::any_of(offloads.begin(), offloads.end(), [](const auto& offload) {
       return offload.second == OffloadStop::kStart;
@@ -280,6 +338,8 @@ bool ExecCmd::resume(MiSession& session) {
   firstStoppedZubId.clear();
   stopRecords.clear();
   errorResults.clear();
+  interruptedZubIds.clear();
+  reinterruptedZubIds.clear();
   announced = true;
   if (launchCmd(session)) return true;
   LOG_AT(session.ctrl) << "Failed to resume the execution.";

@@ -1,4 +1,5 @@
 #pragma once
+#include <chrono>
 #include <map>
 #include <set>
 #include <string>
@@ -31,8 +32,8 @@ class ExecCmd : public MiCmd {
   explicit ExecCmd(const std::string& line);
 
   bool launchCmd(MiSession& session) override;
-  // False (fatal) on a result class other than "running" or "error", a second result from one
-  // engine, or a stop from an engine that is not running.
+  // False (fatal) on a result class other than "running" or "error", or on a second result
+  // from one engine other than the error of an engine that gave up its run.
   bool handleResponse(MiSession& session, const std::string& zubId,
                       const std::string& line) override;
   // Interrupts every engine still running; each reports its stop in due course. An engine still
@@ -40,6 +41,9 @@ class ExecCmd : public MiCmd {
   bool interruptCmd(MiSession& session) override;
   bool isFinished() const override { return state == State::kFinished; }
   bool programRuns() const override { return !runningZubIds.empty(); }
+  // Interrupts again, or gives up, an engine that has not stopped in time.
+  void checkTimers(MiSession& session) override;
+  std::chrono::milliseconds nextTimer() const override;
   // An engine that ended counts as stopped without a record: the others are interrupted as after
   // a first stop, and the combined stop is theirs ("Internal error" when none is left).
   void zubEnded(MiSession& session, const std::string& zubId) override;
@@ -53,6 +57,13 @@ class ExecCmd : public MiCmd {
   std::set<std::string> runningZubIds;              // answered "^running", no "*stopped" yet
   std::map<std::string, std::string> errorResults;  // whole "^error" line per engine
   std::map<std::string, MiMap> stopRecords;         // per engine, thread ids in user numbering
+  // When each engine was interrupted in this run. An engine hears one interrupt however many
+  // stops and user interrupts come (a second one may make it drop its target), unless it has
+  // not stopped after kInterruptPatience: then it is interrupted once more, and a card engine
+  // still silent after that is given up.
+  std::map<std::string, std::chrono::steady_clock::time_point> interruptedZubIds;
+  std::set<std::string> reinterruptedZubIds;
+  static constexpr std::chrono::seconds kInterruptPatience{3};
   // "^running" went to the user: once per command, however often it resumes after an offload.
   bool announced = false;
 
@@ -60,6 +71,9 @@ class ExecCmd : public MiCmd {
   // The transitions while engines run, after a handler has updated the engine sets.
   // `stopOthers`: a stop, an interrupt or an engine's end asks every running engine to stop.
   bool advance(MiSession& session, bool stopOthers);
+  // The engine no longer counts for this command (it ended, or gave up the run): the others are
+  // interrupted as after a first stop, and the combined stop is theirs.
+  void forgetEngine(MiSession& session, const std::string& zubId);
   // Every engine has stopped: the offloads seen in the stops are followed, then the command
   // ends with the combined stop, the engines' error or a synthetic offload stop, or resumes.
   bool allStopped(MiSession& session);

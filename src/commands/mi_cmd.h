@@ -1,4 +1,5 @@
 #pragma once
+#include <chrono>
 #include <map>
 #include <set>
 #include <string>
@@ -34,6 +35,10 @@ class MiCmd {
     (void)session;
     (void)zubId;
   }
+  // Steps a waiting command takes on time: the session calls checkTimers after each look at the
+  // engines, and sleeps no longer than nextTimer says (negative: no limit).
+  virtual void checkTimers(MiSession& session) { (void)session; }
+  virtual std::chrono::milliseconds nextTimer() const { return std::chrono::milliseconds(-1); }
   // The program runs under this command: it waits for a stop.
   virtual bool programRuns() const { return false; }
   // The command itself ends engines ("-gdb-exit"): their end is its business, not a death to

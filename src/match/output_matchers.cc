@@ -117,3 +117,12 @@ bool matchEchoCardNums(std::string const& text, std::list<std::string>& cardNumb
   cardNumbers.splice(cardNumbers.end(), found);
   return true;
 }
+
+bool matchTargetLost(std::string const& line) {
+  static const boost::regex re(
+      R"(^&"(Remote connection closed|Remote communication error\..*|Disconnected from target\.)\\n"[[:space:]]*)");
+  if (!startsWith(line, "&\"")) return false;
+  return matchWhole(re, line);
+}
+
+bool matchQuit(std::string const& line) { return line == "&\"Quit\\n\"\n"; }

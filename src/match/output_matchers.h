@@ -34,3 +34,9 @@ bool matchCardIpAddress(std::string const& line, std::string& address);
 // Appends, in order of the words of `text`, the digits after the first "/vek<digits>" of each
 // word; words without one are skipped. Nothing found is still true.
 bool matchEchoCardNums(std::string const& text, std::list<std::string>& cardNumbers);
+// A log-stream record in which an engine says it has lost its target: the remote connection
+// closed, or it gave up a target that stopped answering.
+bool matchTargetLost(std::string const& line);
+// The log-stream record "Quit": the engine's answer to an interrupt that came when its program
+// did not run, as it does while it reports that program's stop or end.
+bool matchQuit(std::string const& line);

@@ -17,8 +17,12 @@ class OffloadPort {
   // One console-stream line to the user; `text` ends in "\n" and is escaped by the port.
   virtual void console(const std::string& text) = 0;
   // Runs `cmd` to completion as a nested command with the user's output muted. False when the
-  // command could not run; the caller logs it and goes on.
+  // command could not run, or was given up because the user wants control back or the attach
+  // takes too long; the caller logs it and goes on.
   virtual bool runMuted(MiCmd& cmd) = 0;
+  // Asks the engine of `group` to exit and removes it at once, whatever it is doing; its group
+  // goes too. False when there is no such group.
+  virtual bool removeEngine(const std::string& group) = 0;
   // Starts a card engine with `argv` (argv[0] a placeholder), without announcing it; on success
   // `group` is its new group ("vek...").
   virtual bool startCardEngine(const char** argv, std::string& group) = 0;

@@ -20,8 +20,7 @@ bool OffloadFollower::followOffloadStart(const std::string& hostGroup) {
 
 bool OffloadFollower::followOffloadEnd(const std::string& group) {
   LOG_TO(port.log()) << group << " exited.";
-  RemoveInferiorCmd remove("-remove-inferior " + group + "\n");
-  if (port.runMuted(remove)) return true;
+  if (port.removeEngine(group)) return true;
   LOG_TO(port.log()) << "Failed to remove " << group;
   return false;
 }
@@ -92,10 +91,7 @@ bool OffloadFollower::attachVekEngine(const VekProcess& process, const std::stri
   TargetAttachCmd attach("attach --thread-group " + group + " " + process.pid + " " +
                          process.localFile + "\n");
   const bool attached = port.runMuted(attach) && attach.resultClass == "done";
-  if (!attached) {
-    RemoveInferiorCmd remove("-remove-inferior " + group + "\n");
-    port.runMuted(remove);
-  }
+  if (!attached) port.removeEngine(group);
   port.console(attached ? "VEK process is attached.\n" : "Attach command failed.\n");
   return attached;
 }

@@ -3,7 +3,10 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <algorithm>
+
 #include "base/compat.h"
+#include "base/engine_id.h"
 #include "base/env_var.h"
 #include "base/log.h"
 #include "base/signals.h"
@@ -47,8 +50,8 @@ class IdleOutputCmd : public MiCmd {
   bool isFinished() const override { return true; }
 };
 
-// gdb's mode: an exit that waits behind the command that runs the program (the front one) ends
-// the session at once. It is answered and taken off the queue here; stop() ends the engines.
+// An exit that waits behind the command that runs the program (the front one) ends the session
+// at once. It is answered and taken off the queue here; stop() ends the engines.
 bool exitNow(MiSession& session) {
   MiCmdQueue& queue = session.commandQueue;
   if (session.exitRequested) return true;
@@ -63,6 +66,12 @@ bool exitNow(MiSession& session) {
 }
 
 }  // namespace
+
+bool MiSession::exitQueued() const {
+  return commandQueue.size() > 1 &&
+         std::any_of(commandQueue.begin() + 1, commandQueue.end(),
+                     [](const MiCmdPtr& cmd) { return isExitCmd(*cmd); });
+}
 
 MiSession::MiSession(CtrlModule& ctrl, Options& options) : ctrl(ctrl), options(options) {}
 
@@ -124,7 +133,7 @@ void MiSession::stop() {
   ctrl.removeZubs(ids);
 }
 
-bool MiSession::runCmd(MiCmd& cmd) {
+bool MiSession::runCmd(MiCmd& cmd, const std::function<bool()>& giveUp) {
   if (!cmd.launchCmd(*this)) {
     // Names the command at the front of the queue, which for a nested run is the outer one.
     LOG_AT(ctrl) << "Failed to to launch cmd: "
@@ -132,6 +141,11 @@ bool MiSession::runCmd(MiCmd& cmd) {
     return false;
   }
   while (!cmd.isFinished()) {
+    // Before the user's interrupt is taken, which is then left for the caller.
+    if (giveUp && giveUp()) {
+      LOG_AT(ctrl) << "Giving up on: " << cmd.cmdText;
+      break;
+    }
     if (sigIntPending) {
       LOG_BLANK_AT(ctrl) << "sigIntPending cleared.";
       sigIntPending = 0;
@@ -142,19 +156,22 @@ bool MiSession::runCmd(MiCmd& cmd) {
     // A user who no longer reads cannot see the command end: a terminate request ends it now.
     if (sigTermPending && ctrl.userStuck()) return false;
     checkInputFromUser();
-    if (gdbCompatible() && cmd.programRuns()) {
-      // gdb ends a program that runs when it is told to exit or terminate, and in its
-      // asynchronous mode, where it reads on while the program runs, at the end of its input.
-      if (sigTermPending || exitNow(*this)) return false;
-      if (engineAsync && ctrl.userInputEnded()) return false;
+    if (cmd.programRuns()) {
+      // An exit that waits behind a program that runs ends the session at once. gdb's mode also
+      // ends it on a terminate request, and in gdb's asynchronous mode, where it reads on while
+      // the program runs, at the end of its input.
+      if (exitNow(*this)) return false;
+      if (gdbCompatible() && (sigTermPending || (engineAsync && ctrl.userInputEnded())))
+        return false;
     }
     if (!checkOutputOfZubs(cmd)) {
       LOG_AT(ctrl) << "'checkOutputOfZubs' failed.";
       return false;
     }
+    if (!cmd.isFinished()) cmd.checkTimers(*this);
     if (cmd.isFinished()) break;
     // "-exec-interrupt" sets the flag from this thread, without a wake-up.
-    if (!sigIntPending) ctrl.waitForEvent();
+    if (!sigIntPending) ctrl.waitForEvent(cmd.nextTimer());
   }
   ctrl.flushUserOutput();
   return true;
@@ -173,10 +190,13 @@ bool MiSession::checkOutputOfZubs(MiCmd& cmd) {
   ctrl.getZubIds(ids);
   for (const std::string& zubId : ids) {
     std::string line;
+    bool targetLost = false;
     while (ctrl.tryReceiveFromZub(zubId, line)) {
       LOG_AT(ctrl) << zubId << " :" << line;
       std::string eventClass;
       if (matchGdbPrompt(line)) continue;
+      // The line still goes to the command: it tells the user why the engine goes.
+      if (isCardEngine(zubId) && matchTargetLost(line)) targetLost = true;
       if (matchUnexpectedCondition(line)) {
         handleUnexpectedCondition(zubId, line);
         miConsole("Quitting because of an internal error.\n");
@@ -192,6 +212,8 @@ bool MiSession::checkOutputOfZubs(MiCmd& cmd) {
     if (ctrl.hasEnded(zubId)) {
       if (!cmd.endsZubs()) handleZubEnded(zubId);
       cmd.zubEnded(*this, zubId);
+    } else if (targetLost && !cmd.endsZubs()) {
+      dropZub(zubId, cmd);
     }
   }
   return true;
@@ -219,8 +241,16 @@ void MiSession::checkEndedZubs() {
 
 void MiSession::handleZubEnded(const std::string& zubId) {
   LOG_BLANK_AT(ctrl) << "The output of " << zubId << " has ended.";
-  threadGroups.erase(zubId);
+  eraseGroup(zubId);
   forgetZub(zubId, "exited");
+}
+
+void MiSession::dropZub(const std::string& zubId, MiCmd& cmd) {
+  LOG_BLANK_AT(ctrl) << zubId << " has lost its target.";
+  ctrl.sendToZub(zubId, "-gdb-exit\n");
+  eraseGroup(zubId);
+  forgetZub(zubId, "exited");
+  cmd.zubEnded(*this, zubId);
 }
 
 void MiSession::clearSigInt() {

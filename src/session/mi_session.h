@@ -1,6 +1,7 @@
 #pragma once
 #include <boost/shared_ptr.hpp>
 #include <deque>
+#include <functional>
 #include <map>
 #include <set>
 #include <sstream>
@@ -43,8 +44,11 @@ class MiSession {
   void stop();
 
   // Runs one command to completion, nested runs included: a command may run another one of its
-  // own from inside its operations. False means the session must end.
-  bool runCmd(MiCmd& cmd);
+  // own from inside its operations. False means the session must end. A nested run may be
+  // given up: it then returns, unfinished, as soon as `giveUp` says so.
+  bool runCmd(MiCmd& cmd, const std::function<bool()>& giveUp = {});
+  // An exit command waits behind the command at the front of the queue.
+  bool exitQueued() const;
   // Takes at most one user line and queues its commands; never fails.
   bool checkInputFromUser();
   // Drains every engine's output once, in id order, routing each line to the event handlers or
@@ -97,6 +101,14 @@ class MiSession {
   // Forgets the group and reaps the engine, which the caller has already made exit. Host groups
   // are announced as removed; currentZubId moves to the smallest remaining engine.
   bool removeZub(std::string id);
+  // Forgets the group record of engine `id`; false when there is none. The threads a card
+  // engine still had are announced as exited: its engine ended or was removed before it could
+  // say so itself.
+  bool eraseGroup(const std::string& id);
+  // An engine that lost its target (its remote connection closed, or it gave up a target that
+  // stopped answering) is of no more use: it is asked to exit and removed with its threads, and
+  // `cmd` stops waiting for it.
+  void dropZub(const std::string& zubId, MiCmd& cmd);
   // Reaps the engine, announces a host group with "=thread-group-" + `how` ("removed",
   // "exited") and moves currentZubId off it; the group record is the caller's business.
   void forgetZub(const std::string& id, const std::string& how);

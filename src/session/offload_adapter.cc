@@ -3,11 +3,14 @@
 #include <stdio.h>
 #include <sys/types.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <memory>
 
 #include "base/engine_id.h"
+#include "base/env_var.h"
 #include "base/log.h"
+#include "base/signals.h"
 #include "base/silencer.h"
 #include "engine/ctrl_module.h"
 #include "offload/card_discovery.h"
@@ -31,15 +34,35 @@ struct LineBuffer {
   size_t capacity = 0;
 };
 
+// The session for one offload event. What it runs is given up once the user wants control back
+// (an interrupt, a terminate request or an exit waiting) or the attach outlasts its bound
+// (WEM_VEK_ATTACH_TIMEOUT seconds, 30 by default): a card engine that is slow to start or
+// attach never keeps the user waiting.
 class SessionPort final : public OffloadPort {
  public:
-  explicit SessionPort(MiSession& session) : session(session) {}
+  explicit SessionPort(MiSession& session)
+      : session(session), deadline(std::chrono::steady_clock::now() + attachTimeout()) {}
 
   std::ostream& log() override { return session.ctrl.log; }
   void console(const std::string& text) override { session.miConsole(text); }
   bool runMuted(MiCmd& cmd) override {
-    Silencer quiet(session.ctrl.muted);
-    return session.runCmd(cmd);
+    if (givingUp()) return false;
+    bool ran;
+    {
+      Silencer quiet(session.ctrl.muted);
+      ran = session.runCmd(cmd, [this] { return givingUp(); });
+    }
+    if (!gaveUp) return ran;
+    if (!toldUser) {
+      toldUser = true;
+      session.miConsole(userWaits() ? "Following the offload was interrupted.\n"
+                                    : "Following the offload took too long.\n");
+    }
+    return false;
+  }
+  bool removeEngine(const std::string& group) override {
+    session.ctrl.sendToZub(group, "-gdb-exit\n");
+    return session.removeZub(group);
   }
   bool startCardEngine(const char** argv, std::string& group) override {
     return session.spawnZub(argv, kCardEnginePrefix, group);
@@ -50,7 +73,23 @@ class SessionPort final : public OffloadPort {
   }
 
  private:
+  static std::chrono::seconds attachTimeout() {
+    static const EnvVar timeout("WEM_VEK_ATTACH_TIMEOUT", "30");
+    return std::chrono::seconds(std::strtoul(timeout.value().c_str(), nullptr, 10));
+  }
+  bool userWaits() const { return sigIntPending || sigTermPending || session.exitQueued(); }
+  bool givingUp() {
+    if (!gaveUp && (userWaits() || std::chrono::steady_clock::now() >= deadline)) {
+      LOG_AT(session.ctrl) << "Giving up following the offload.";
+      gaveUp = true;
+    }
+    return gaveUp;
+  }
+
   MiSession& session;
+  const std::chrono::steady_clock::time_point deadline;
+  bool gaveUp = false;
+  bool toldUser = false;
 };
 
 }  // namespace

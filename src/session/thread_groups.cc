@@ -51,8 +51,24 @@ bool MiSession::spawnZub(const char** argv, const std::string& prefix, std::stri
   return true;
 }
 
+bool MiSession::eraseGroup(const std::string& id) {
+  auto group = threadGroups.find(id);
+  if (group == threadGroups.end()) return false;
+  std::list<MiRecordPtr> threads;
+  if (isCardEngine(id) && group->second.findList("threads", threads)) {
+    for (const MiRecordPtr& thread : threads) {
+      std::string userThreadId;
+      if (thread->toMiMap() && thread->toMiMap()->findString("id", userThreadId))
+        ctrl.sendToUser("=thread-exited,id=\"" + userThreadId + "\",group-id=\"" + kHostEngineId +
+                        "\"\n");
+    }
+  }
+  threadGroups.erase(group);
+  return true;
+}
+
 bool MiSession::removeZub(std::string id) {
-  if (threadGroups.erase(id) == 0) {
+  if (!eraseGroup(id)) {
     LOG_BLANK_AT(ctrl) << "Failed to find thread-group " << id;
     return false;
   }

@@ -23,6 +23,10 @@ class ScriptedPort : public OffloadPort {
       if (cmd.cmdText.find(key) != std::string::npos) return answer(cmd, reply);
     return true;
   }
+  bool removeEngine(const std::string& group) override {
+    sent += "remove " + group + "\n";
+    return true;
+  }
   bool startCardEngine(const char** argv, std::string& group) override {
     for (const char** arg = argv + 1; *arg; ++arg) sent += std::string(*arg) + " ";
     sent += "\n";
@@ -114,7 +118,7 @@ TEST(OffloadFollower, EachStepOfTheAttachSaysHowFarItGot) {
        true,
        false,
        (found + "Attach command failed.|"),
-       (start + "-remove-inferior vek1\n")},
+       (start + "remove vek1\n")},
       {{{"target_id", kCard0}, {"pid", kPid}, {"eval", kName}, {"attach", "done"}},
        true,
        true,

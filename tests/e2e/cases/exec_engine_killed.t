@@ -1,5 +1,6 @@
 # A card engine that starts running after the host stopped is interrupted at once; one killed
-# during a run: the run ends with the host's stop and the session goes on without the card.
+# during a run: the run ends with the host's stop and the session goes on without the card,
+# whose thread the user is told is gone.
 in-process
 cards: 0=127.0.1.1
 spawn: vek 0 127.0.1.1
@@ -19,6 +20,7 @@ vek1> 1-exec-continue
 < 1*stopped,reason="breakpoint-hit",bkptno="1",thread-id="1"
 vek1: <SIGINT>
 vek1>running 5-exec-continue
+< =thread-exited,id="2",group-id="i1"
 < 5*stopped,reason="signal-received",signal-name="SIGINT",thread-id="1"
 >+ 6-stack-info-depth --thread 2 => 6^error,msg="Invalid thread: 2"
 log: The output of vek1 has ended.
