@@ -18,6 +18,8 @@
 
 namespace {
 
+constexpr std::chrono::milliseconds kGiveUpPoll{100};
+
 bool isExitCmd(const MiCmd& cmd) { return cmd.cmdName == "-gdb-exit" || cmd.cmdName == "quit"; }
 
 // Engine output while no command runs, in gdb's mode: it reaches the user at once, as gdb's own
@@ -171,7 +173,10 @@ bool MiSession::runCmd(MiCmd& cmd, const std::function<bool()>& giveUp) {
     if (!cmd.isFinished()) cmd.checkTimers(*this);
     if (cmd.isFinished()) break;
     // "-exec-interrupt" sets the flag from this thread, without a wake-up.
-    if (!sigIntPending) ctrl.waitForEvent(cmd.nextTimer());
+    // A run that may be given up looks at its reason at least every 100 ms.
+    std::chrono::milliseconds limit = cmd.nextTimer();
+    if (giveUp && (limit.count() < 0 || limit > kGiveUpPoll)) limit = kGiveUpPoll;
+    if (!sigIntPending) ctrl.waitForEvent(limit);
   }
   ctrl.flushUserOutput();
   return true;
