@@ -117,6 +117,9 @@ class MiSession {
   // `hostGroup` offloaded, and copies the user's breakpoints into it; false when the attach
   // failed. The user follows the steps through console lines.
   bool followOffloadStart(const std::string& hostGroup);
+  // Copies every user breakpoint, muted, into each engine (a newly added one too) under its user
+  // number and in its state, as an attach does for a card engine.
+  void copyBreakpoints();
   // Removes the card group whose process ended; false when that fails.
   bool followOffloadEnd(const std::string& group);
 
