@@ -68,7 +68,7 @@ class MiSession {
 
   // Notifications of an engine, rewritten into the user's numbering and passed on. Card engines
   // ("vek...") show their threads and libraries as part of group "i1" and never start or exit a
-  // group of their own.
+  // group of their own. In gdb's mode a thread's creation is announced even while muted.
   void handleThreadCreated(const std::string& zubId, const std::string& line,
                            const std::string& eventClass);
   // Only remembers the process id for threads whose creation does not name it (stock gdb).
