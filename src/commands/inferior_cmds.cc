@@ -2,7 +2,11 @@
 
 #include <signal.h>
 
+#include <optional>
+
+#include "base/compat.h"
 #include "base/log.h"
+#include "base/silencer.h"
 #include "commands/errors.h"
 #include "engine/ctrl_module.h"
 #include "match/cmd_matchers.h"
@@ -13,12 +17,31 @@
 bool AddInferiorCmd::launchCmd(MiSession& session) {
   const char* argv[] = {"placeholder", "-i=mi", nullptr};
   std::string zubId;
-  if (!session.spawnZub(argv, "i", zubId)) {
+  bool spawned = false;
+  {
+    // gdb's notice of the group has no prompt after it: in that mode the answer below says it.
+    std::optional<Silencer> quiet;
+    if (gdbCompatible()) quiet.emplace(session.ctrl.muted);
+    spawned = session.spawnZub(argv, "i", zubId);
+  }
+  if (!spawned) {
     reportInternalError(session.ctrl, cmdId());
     return true;
   }
   session.currentZubId = zubId;
+  if (gdbCompatible()) answerAsGdb(session, zubId);
   return true;
+}
+
+// gdb sets every breakpoint in every inferior, so the new engine gets them all; its answer is
+// gdb's, byte for byte.
+void AddInferiorCmd::answerAsGdb(MiSession& session, const std::string& zubId) {
+  session.ctrl.sendToUser("=thread-group-added,id=\"" + zubId + "\"\n");
+  session.copyBreakpoints();
+  const std::string number = zubId.substr(1);  // group "i2" is gdb's inferior 2
+  session.miConsole("[New inferior " + number + "]\n");
+  session.miConsole("Added inferior " + number + "\n");
+  reply(session, "^done,inferior=\"" + zubId + "\"");
 }
 
 bool AddInferiorCmd::handleResponse(MiSession& session, const std::string& zubId,

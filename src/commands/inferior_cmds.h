@@ -9,7 +9,8 @@
 
 // "-add-inferior": starts a further host engine ("i2", "i3", ...) and makes it current. The user
 // learns of it only through the group's "=thread-group-added" notice and prompt; a failed start
-// answers "Internal error". Finished within launchCmd.
+// answers "Internal error". In gdb's mode the engine gets a copy of every user breakpoint and the
+// command answers as gdb does ("^done,inferior=" the group). Finished within launchCmd.
 class AddInferiorCmd : public MiCmd {
  public:
   explicit AddInferiorCmd(const std::string& line) : MiCmd(line) {}
@@ -20,6 +21,9 @@ class AddInferiorCmd : public MiCmd {
                       const std::string& line) override;
   bool interruptCmd(MiSession&) override { return true; }
   bool isFinished() const override { return true; }
+
+ private:
+  void answerAsGdb(MiSession& session, const std::string& zubId);
 };
 
 // "-remove-inferior GROUP": the group's engine is told to exit; once it has answered "^exit" the

@@ -3,6 +3,7 @@
 #include <boost/algorithm/string/replace.hpp>
 #include <boost/make_shared.hpp>
 #include <chrono>
+#include <utility>
 
 #include "base/compat.h"
 #include "base/engine_id.h"
@@ -70,6 +71,9 @@ void MiSession::handleThreadCreated(const std::string& zubId, const std::string&
   threadIdTable.toExtThreadId(zubId, engineThreadId, userThreadId);
   event.setString("id", userThreadId);
 
+  // Clients of gdb build their thread lists from these notices alone, so in gdb's mode they get
+  // through the muting of an internal command too: a card engine's attach announces its threads.
+  const bool muted = std::exchange(ctrl.muted, ctrl.muted && !gdbCompatible());
   MiMap& group = threadGroups.try_emplace(zubId, false).first->second;
   std::string groupPid;
   if (!group.findString("pid", groupPid)) {
@@ -87,6 +91,7 @@ void MiSession::handleThreadCreated(const std::string& zubId, const std::string&
   }
   if (MiList* list = threads->toMiList()) list->elements.push_back(record);
   ctrl.sendToUser("=" + eventClass + "," + printed(event) + "\n");
+  ctrl.muted = muted;
 }
 
 void MiSession::handleThreadGroupStarted(const std::string& zubId, const std::string& line) {

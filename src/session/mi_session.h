@@ -72,7 +72,7 @@ class MiSession {
 
   // Notifications of an engine, rewritten into the user's numbering and passed on. Card engines
   // ("vek...") show their threads and libraries as part of group "i1" and never start or exit a
-  // group of their own.
+  // group of their own. In gdb's mode a thread's creation is announced even while muted.
   void handleThreadCreated(const std::string& zubId, const std::string& line,
                            const std::string& eventClass);
   // Only remembers the process id for threads whose creation does not name it (stock gdb).
@@ -129,6 +129,9 @@ class MiSession {
   // `hostGroup` offloaded, and copies the user's breakpoints into it; false when the attach
   // failed. The user follows the steps through console lines.
   bool followOffloadStart(const std::string& hostGroup);
+  // Copies every user breakpoint, muted, into each engine (a newly added one too) under its user
+  // number and in its state, as an attach does for a card engine.
+  void copyBreakpoints();
   // Removes the card group whose process ended; false when that fails.
   bool followOffloadEnd(const std::string& group);
 

@@ -127,6 +127,11 @@ bool MiSession::followOffloadStart(const std::string& hostGroup) {
   return OffloadFollower(port).followOffloadStart(hostGroup);
 }
 
+void MiSession::copyBreakpoints() {
+  SessionPort port(*this);
+  OffloadFollower(port).copyBreakpoints();
+}
+
 bool MiSession::followOffloadEnd(const std::string& group) {
   SessionPort port(*this);
   return OffloadFollower(port).followOffloadEnd(group);
