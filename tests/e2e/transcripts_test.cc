@@ -255,6 +255,11 @@ class Peer {
     static const std::map<std::string, int> kSignals = {
         {"SIGINT", SIGINT}, {"SIGTERM", SIGTERM}, {"SIGQUIT", SIGQUIT}, {"SIGKILL", SIGKILL}};
     if (rig) return false;
+    const size_t blank = step.text.find(' ');
+    const std::string signal = step.text.substr(0, blank);
+    if (step.verb == "!" && blank != std::string::npos)  // "! SIGKILL gdbserver": by its name
+      return kSignals.count(signal) &&
+             signalNamed(step.text.substr(blank + 1), kSignals.at(signal));
     if (step.verb == "!")
       return kSignals.count(step.text) && !reaped && kill(pid, kSignals.at(step.text)) == 0;
     if (step.verb == "close") {
@@ -356,6 +361,16 @@ class Peer {
     const ssize_t n = read(stdoutFd, buffer, sizeof buffer);
     if (n > 0) out.append(buffer, static_cast<size_t>(n));
     outEof = n == 0 || (n < 0 && errno != EINTR);
+  }
+  // Signals each process below the test whose name is `name` (an engine, a debug server, a
+  // program they debug); false when there is none.
+  static bool signalNamed(const std::string& name, int sig) {
+    bool found = false;
+    for (pid_t below : descendants()) {
+      std::string comm = e2e::readFile("/proc/" + std::to_string(below) + "/comm");
+      if (comm == name + "\n") found = kill(below, sig) == 0 || found;
+    }
+    return found;
   }
   // Engines lead sessions of their own, so a group kill misses them; but every process the program
   // started and left behind comes to the test, a subreaper, so all of them are below it.
