@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
+#include <string_view>
 #include <vector>
 
 namespace {
@@ -29,6 +30,90 @@ bool waitFor(int fd, short events, int stopFd) {
     if (entries[1].revents != 0) return false;
     if (entries[0].revents != 0) return true;
   }
+}
+
+bool isNameChar(char c) {
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' ||
+         c == '-';
+}
+
+// Moves `at` past the c-string that starts there; false when none starts there or it never ends.
+bool skipCString(std::string_view text, std::size_t& at) {
+  if (at >= text.size() || text[at] != '"') return false;
+  for (++at; at < text.size(); ++at) {
+    if (text[at] == '"') {
+      ++at;
+      return true;
+    }
+    if (text[at] == '\\') ++at;
+  }
+  return false;
+}
+
+// True when `text` (without its line end) is the prompt or one MI output record. Only the form
+// counts: a stream record is one c-string; any other record is a class and then results, whose
+// values are c-strings, tuples and lists, and a bare value may stand where a result does (the
+// further locations of a breakpoint). A glued line fails where the record meets the text.
+bool isMiRecord(std::string_view text) {
+  if (text == "(gdb)" || text == "(gdb) ") return true;
+  std::size_t at = 0;
+  while (at < text.size() && text[at] >= '0' && text[at] <= '9') ++at;
+  if (at == text.size()) return false;
+  const char kind = text[at++];
+  if (kind == '~' || kind == '@' || kind == '&') return skipCString(text, at) && at == text.size();
+  if (kind != '^' && kind != '*' && kind != '=' && kind != '+') return false;
+  if (at == text.size() || !isNameChar(text[at])) return false;
+  while (at < text.size() && isNameChar(text[at])) ++at;
+  std::string closers;  // of the tuples and lists still open, innermost last
+  bool afterValue = true;
+  while (at < text.size()) {
+    const char c = text[at];
+    if (!closers.empty() && c == closers.back() &&
+        (afterValue || text[at - 1] == '{' || text[at - 1] == '[')) {
+      closers.pop_back();
+      ++at;
+      afterValue = true;
+    } else if (afterValue) {
+      if (c != ',') return false;
+      ++at;
+      afterValue = false;
+    } else {
+      std::size_t nameEnd = at;
+      while (nameEnd < text.size() && isNameChar(text[nameEnd])) ++nameEnd;
+      if (nameEnd > at) {
+        if (nameEnd + 1 >= text.size() || text[nameEnd] != '=') return false;
+        at = nameEnd + 1;
+      }
+      if (text[at] == '{' || text[at] == '[') {
+        closers.push_back(text[at] == '{' ? '}' : ']');
+        ++at;
+      } else if (skipCString(text, at)) {
+        afterValue = true;
+      } else {
+        return false;
+      }
+    }
+  }
+  return afterValue && closers.empty();
+}
+
+// Where the record that follows text in `line` begins, or 0 when the line is one record, or
+// text alone. The first place that begins a record wins; a result record takes the digits
+// before it as its token, the other records have none.
+std::size_t findGluedRecord(const std::string& line) {
+  std::string_view text(line);
+  text.remove_suffix(1);  // the "\n"
+  if (!text.empty() && text.back() == '\r') text.remove_suffix(1);
+  if (isMiRecord(text)) return 0;
+  for (std::size_t at = 1; at < text.size(); ++at) {
+    const char c = text[at];
+    if (c != '*' && c != '=' && c != '^' && c != '~' && c != '@' && c != '&') continue;
+    std::size_t start = at;
+    if (c == '^')
+      while (start > 0 && text[start - 1] >= '0' && text[start - 1] <= '9') --start;
+    if (start > 0 && isMiRecord(text.substr(start))) return start;
+  }
+  return 0;
 }
 
 }  // namespace
@@ -142,10 +227,15 @@ void* IOModule::runReader(void* module) {
         std::string().swap(line);  // gives the memory back
       }
       if (newline != nullptr) {
-        if (dropping)
+        if (dropping) {
           ++self->droppedLines;
-        else
+        } else {
+          if (const std::size_t record = self->splitsGluedRecords ? findGluedRecord(line) : 0) {
+            lines.push_back(line.substr(0, record) + "\n");
+            line.erase(0, record);
+          }
           lines.push_back(std::move(line));
+        }
         line.clear();
         dropping = false;
       }

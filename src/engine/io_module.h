@@ -16,7 +16,11 @@
 // delivered, and end of file (or a read error) ends the reader without closing its buffer, sets
 // `ended` and wakes the buffer's consumer. A line longer than `lineLimit` is dropped, its memory
 // given back, and counted in `droppedLines`. The writer writes the items of `outputBuffer` to
-// `output` exactly as given, in order, however the writes are split. Neither thread polls: each
+// `output` exactly as given, in order, however the writes are split. With `splitsGluedRecords`
+// (an engine's output) a line that is no MI record as a whole but ends in one is delivered as two
+// lines: the text before the record, given a line end of its own, then the record. A program
+// that shares its engine's output and writes text without a line end makes such lines: the
+// engine's next record follows that text ("x*stopped,..."). Neither thread polls: each
 // sleeps on its descriptor, its buffer and a wake-up that stop() sets. The module owns neither the
 // streams nor the buffers.
 class IOModule {
@@ -50,6 +54,8 @@ class IOModule {
 
   // Lines longer than this are dropped (set before start()).
   std::size_t lineLimit = kLineLimit;
+  // Records glued to text before them are split off (set before start()).
+  bool splitsGluedRecords = false;
   // The reader has seen end of file or a read error: the buffer gets no more lines.
   std::atomic<bool> ended{false};
   // Lines dropped for being longer than kLineLimit.

@@ -1,7 +1,9 @@
 #include "engine/zub_module.h"
 
 ZubModule::ZubModule(FILE* input, FILE* output, int pid)
-    : IOModule(input, output, &zubOutput, &zubInput), pid(pid) {}
+    : IOModule(input, output, &zubOutput, &zubInput), pid(pid) {
+  splitsGluedRecords = true;
+}
 
 ZubModule::~ZubModule() {
   if (started) stop();

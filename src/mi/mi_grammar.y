@@ -15,8 +15,9 @@
 #include "mi/mi_parser.h"
 #include "mi/mi_record.h"
 
-// The stack starts with room for 200 entries and may grow to 10000; lists are right-recursive,
-// so every item of an open list stays on the stack until its closing bracket.
+// The stack starts with room for 200 entries and may grow to 10000. Lists and results are
+// left-recursive: each item is reduced into its list as soon as it ends, so a list of any length
+// takes a few entries and only nesting depth is bounded.
 #define YYINITDEPTH 200
 #define YYMAXDEPTH 10000
 // A grown stack lives in the parser's own frame: big records would otherwise cost a malloc and
@@ -39,11 +40,11 @@ typedef void* yyscan_t;
 // stored in one piece.
 typedef unsigned long long MiToken;
 
-// A tuple-valued result's first tuple (carrying the bare tuples that follow it) and the map of
-// the results after them, or -1 when the result is the last.
+// Results whose last one is tuple-valued: their map, and that last result (in the pool's
+// results), which bare tuples after it may still join before it takes its place in the map.
 struct MiTupleRun {
-  int tuple;
-  int rest;
+  int map;
+  int pending;
 };
 }
 
@@ -110,47 +111,38 @@ int addString(MiNodePool& pool, MiToken token) {
   return pool.adopt(std::move(node));
 }
 
-// Puts `result` in front of the results after it, which the map of `rest` already holds: a
-// repeated name keeps the position of its first occurrence and the value of its last.
-void putFirst(MiNodePool& pool, int rest, int pending) {
+// Puts `pending` after the results that the map `map` already holds: a repeated name keeps the
+// position of its first occurrence and the value of its last.
+void putLast(MiNodePool& pool, int map, int pending) {
   const MiResult result = pool.results[pending];
-  std::list<MiMap::Entry>& entries = pool.map(rest).entries;
+  std::list<MiMap::Entry>& entries = pool.map(map).entries;
   const std::string_view name = pool.textOf(result.name);
   // Names are never empty; most differ in length, in their first or in their last character.
   const uint64_t bit = uint64_t{1} << ((name.size() * 5 + name.front() * 3 + name.back()) & 63);
-  uint64_t& names = pool.nameBits[rest];
+  uint64_t& names = pool.nameBits[map];
   if (names & bit) {
-    for (auto it = entries.begin(); it != entries.end(); ++it) {
-      if (it->first == name) {
-        entries.splice(entries.begin(), entries, it);
-        pool.nodes[result.node].reset();
+    for (MiMap::Entry& entry : entries) {
+      if (entry.first == name) {
+        entry.second = pool.take(result.node);
         return;
       }
     }
   }
   names |= bit;
-  pushFrontMiEntry(entries, name, pool.take(result.node));
+  pushBackMiEntry(entries, name, pool.take(result.node));
 }
 
-int makeMap(MiNodePool& pool, int pending) {
+int makeMap(MiNodePool& pool) {
   const int map = pool.add<MiMap>(false);
   if (pool.nameBits.size() < pool.nodes.size()) pool.nameBits.resize(pool.nodes.size());
   pool.nameBits[map] = 0;
-  putFirst(pool, map, pending);
   return map;
 }
 
-// Hands the bare tuples after `tuple` to it: `next` first, then those that followed `next`.
-void chainTuples(MiNodePool& pool, int tuple, int next) {
-  std::list<MiRecordPtr>& more = pool.map(tuple).moreTuples;
-  more.splice(more.end(), pool.map(next).moreTuples);
-  more.push_front(pool.take(next));
-}
-
-// Puts `item` in front of `list`: the lists are built from their last item backwards.
-int prepend(MiNodePool& pool, int item, int list) {
-  pushFrontMiElement(pool.list(list).elements, pool.take(item));
-  return list;
+int makeMap(MiNodePool& pool, int pending) {
+  const int map = makeMap(pool);
+  putLast(pool, map, pending);
+  return map;
 }
 
 }  // namespace
@@ -170,8 +162,8 @@ int prepend(MiNodePool& pool, int item, int list) {
 
 %token <token> STRING VARIABLE
 %type <result> result plain_result
-%type <run> tuple_run
-%type <node> result_list element_list list tuple element const
+%type <run> tuple_results
+%type <node> result_list plain_results element_list list tuple element const
 
 %start record
 
@@ -182,27 +174,34 @@ record
   ;
 
   /* A result whose value is a tuple may be followed by bare tuples that belong to it, as in a
-     breakpoint with several locations: bkpt={...},{...},{...}. */
+     breakpoint with several locations: bkpt={...},{...},{...}. Such a result joins its map only
+     once the next result or the end shows that no further tuple follows. */
 result_list
+  : plain_results { $$ = $1; }
+  | tuple_results { putLast(pool, $1.map, $1.pending); $$ = $1.map; }
+  ;
+
+plain_results
   : plain_result { $$ = makeMap(pool, $1); }
-  | plain_result ',' result_list { putFirst(pool, $3, $1); $$ = $3; }
-  | VARIABLE '=' tuple_run {
-      const int result = pool.addResult($1, $3.tuple);
-      if ($3.rest < 0) {
-        $$ = makeMap(pool, result);
-      } else {
-        putFirst(pool, $3.rest, result);
-        $$ = $3.rest;
-      }
+  | plain_results ',' plain_result { putLast(pool, $1, $3); $$ = $1; }
+  | tuple_results ',' plain_result {
+      putLast(pool, $1.map, $1.pending);
+      putLast(pool, $1.map, $3);
+      $$ = $1.map;
     }
   ;
 
-  /* The comma after a tuple decides nothing yet: the token after it tells a further tuple of
-     the same result from the next result. */
-tuple_run
-  : tuple { $$ = MiTupleRun{$1, -1}; }
-  | tuple ',' tuple_run { chainTuples(pool, $1, $3.tuple); $$ = MiTupleRun{$1, $3.rest}; }
-  | tuple ',' result_list { $$ = MiTupleRun{$1, $3}; }
+tuple_results
+  : VARIABLE '=' tuple { $$ = MiTupleRun{makeMap(pool), pool.addResult($1, $3)}; }
+  | plain_results ',' VARIABLE '=' tuple { $$ = MiTupleRun{$1, pool.addResult($3, $5)}; }
+  | tuple_results ',' VARIABLE '=' tuple {
+      putLast(pool, $1.map, $1.pending);
+      $$ = MiTupleRun{$1.map, pool.addResult($3, $5)};
+    }
+  | tuple_results ',' tuple {
+      pushBackMiElement(pool.map(pool.results[$1.pending].node).moreTuples, pool.take($3));
+      $$ = $1;
+    }
   ;
 
 plain_result
@@ -232,8 +231,8 @@ element
   ;
 
 element_list
-  : element { $$ = prepend(pool, $1, pool.add<MiList>()); }
-  | element ',' element_list { $$ = prepend(pool, $1, $3); }
+  : element { $$ = pool.add<MiList>(); pushBackMiElement(pool.list($$).elements, pool.take($1)); }
+  | element_list ',' element { pushBackMiElement(pool.list($1).elements, pool.take($3)); $$ = $1; }
   ;
 
 list

@@ -83,27 +83,27 @@ inline void releaseMiNodeBlock(void* block, std::size_t size) {
 void recycleMiEntries(std::list<MiMap::Entry>& entries);
 void recycleMiElements(std::list<MiRecordPtr>& elements);
 
-// Add an entry or an element at the front, in a cached link when there is one.
-inline void pushFrontMiEntry(std::list<MiMap::Entry>& entries, std::string_view key,
-                             MiRecordPtr value) {
+// Add an entry or an element at the end, in a cached link when there is one.
+inline void pushBackMiEntry(std::list<MiMap::Entry>& entries, std::string_view key,
+                            MiRecordPtr value) {
   MiSpareLinks* spare = miNodeCaches.spares;
   if (!spare || spare->entries.empty()) {
-    entries.emplace_front(key, std::move(value));
+    entries.emplace_back(key, std::move(value));
     return;
   }
-  entries.splice(entries.begin(), spare->entries, spare->entries.begin());
-  entries.front().first.assign(key);
-  entries.front().second = std::move(value);
+  entries.splice(entries.end(), spare->entries, spare->entries.begin());
+  entries.back().first.assign(key);
+  entries.back().second = std::move(value);
 }
 
-inline void pushFrontMiElement(std::list<MiRecordPtr>& elements, MiRecordPtr element) {
+inline void pushBackMiElement(std::list<MiRecordPtr>& elements, MiRecordPtr element) {
   MiSpareLinks* spare = miNodeCaches.spares;
   if (!spare || spare->elements.empty()) {
-    elements.push_front(std::move(element));
+    elements.push_back(std::move(element));
     return;
   }
-  elements.splice(elements.begin(), spare->elements, spare->elements.begin());
-  elements.front() = std::move(element);
+  elements.splice(elements.end(), spare->elements, spare->elements.begin());
+  elements.back() = std::move(element);
 }
 
 // The standard allocator interface over those blocks, for the shared count of each node.

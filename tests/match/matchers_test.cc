@@ -105,6 +105,7 @@ const char kTables[] = R"(
 matchCmdId ` 12-exec-run\n` `no` `007-x\n` `007`
 matchCmdName `-Exec-run\n` `-` `12\n` `no` `12 -exec\n` `no` `12-break|insert x\n` `-break|insert`
 matchCmdThreadId `-x --thread-group i1 --thread\t 7 --thread 4\n` `7` `-x --thread-group 1\n` `no`
+matchCmdThreadId `-exec-next --thread 12 --frame 3\n` `12`
 matchCmdThreadGroupId `-x --thread-group   \n` `` `-x --thread-group i|2_a-b\n` `i|2_a`
 matchThreadInfo `5-thread-info\n` `` `5-thread-info` `no` `-thread-infox 2\n` `no`
 matchBkpId `-break-delete 3 x7\n` `7` `-break-delete 4` `no`
@@ -125,6 +126,8 @@ matchListThreadGroups `5-list-thread-groups --available i3\n` `available i3 ~old
 matchRegisterList `r 007 4294967295\n` `7 4294967295` `r 4294967296\n` `no`
 replaceCmdThreadId `-exec-next\n` `-exec-next\n`
 replaceCmdThreadId `-x --thread 1 --thread-group 1 --thread\t2\n` `-x T --thread-group 1 T\n`
+replaceCmdThreadId `-exec-next --thread 12\n` `-exec-next T\n`
+replaceCmdThreadId `21-var-create --thread 1234 --frame 10 v12 * a[12]\n` `21-var-create T --frame 10 v12 * a[12]\n`
 replaceCmdThreadGroupId `-x --thread-group \n` `-x --thread-group \n`
 replaceCmdThreadGroupId `-x --thread 3 --thread-group vek_1|a\n` `-x --thread 3 G\n`
 replaceTag `/tmp/<VEKCARD>/<VEKPID>/<VEKCARD>` `/tmp/vek0/<VEKPID>/vek0`
