@@ -7,6 +7,8 @@
 
 bool GdbExitCmd::launchCmd(MiSession& session) {
   if (!sendToEveryEngine(session, cmdText)) return false;
+  // An engine deaf to the line is killed after the grace period; its end then answers for it.
+  session.ctrl.expectEnd(pendingZubIds);
   if (pendingZubIds.empty()) {
     session.ctrl.sendToUser(cmdId() + "^exit\n");
     session.exitRequested = true;

@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstring>
@@ -52,13 +53,14 @@ void moveFd(int fd, int target) {
   _exit(0);  // Not exit(): the parent's stdio buffers and atexit handlers are not ours to run.
 }
 
-// True once `pid` is reaped, within a grace period; false when the period ends first or a signal
-// that reaches this thread cuts it short. A wait that fails counts as an end: nothing is left to
-// wait for (and EINTR cannot happen, as this waitpid never sleeps).
-bool awaitExit(CtrlModule& ctrl, pid_t pid) {
-  constexpr auto kExitGrace = std::chrono::seconds(2);
+// True once `pid` is reaped, within the grace period; false when the period ends first or, with
+// `userMayCut`, when the user's signal comes meanwhile. The signal is looked for by its count
+// after every sleep, not by the sleep's EINTR, which misses one that comes while this thread is
+// awake. A wait that fails counts as an end: nothing is left to wait for.
+bool awaitExit(CtrlModule& ctrl, pid_t pid, bool userMayCut) {
   constexpr useconds_t kPollPeriodUs = 1000;
-  const auto deadline = std::chrono::steady_clock::now() + kExitGrace;
+  const unsigned signalsBefore = userSignalCount.load();
+  const auto deadline = std::chrono::steady_clock::now() + CtrlModule::kExitGrace;
   for (;;) {
     int status = 0;
     const pid_t ended = waitpid(pid, &status, WNOHANG);
@@ -69,7 +71,8 @@ bool awaitExit(CtrlModule& ctrl, pid_t pid) {
       return true;
     }
     if (std::chrono::steady_clock::now() >= deadline) return false;
-    if (usleep(kPollPeriodUs) != 0 && errno == EINTR) return false;
+    if (userMayCut && userSignalCount.load() != signalsBefore) return false;
+    usleep(kPollPeriodUs);
   }
 }
 
@@ -282,12 +285,13 @@ void CtrlModule::removeZub(std::string id) {
   }
   const boost::shared_ptr<ZubModule> zub = it->second;
   flushUserOutput();
-  if (!awaitExit(*this, zub->pid)) {
-    // Deaf to "-gdb-exit" and interrupts, or a signal broke our wait.
+  endDeadlines.erase(id);
+  if (!awaitExit(*this, zub->pid, true)) {
+    // Deaf to "-gdb-exit" and interrupts, or the user would not wait.
     LOG_BLANK_AT(*this) << "Killing " << id << ", which has not ended.";
     if (!sendSignalToZub(id, SIGKILL))
       LOG_BLANK_AT(*this) << "Failed to kill " << id;
-    else if (!awaitExit(*this, zub->pid))
+    else if (!awaitExit(*this, zub->pid, false))
       LOG_BLANK_AT(*this) << "Giving up on " << id << ", which outlived SIGKILL.";
   }
   LOG_BLANK_AT(*this) << "ZUB process " << zub->pid << " has terminated.";
@@ -321,8 +325,35 @@ void CtrlModule::flushUserOutput() {
   userPending.clear();
 }
 
+std::chrono::milliseconds CtrlModule::killOverdueZubs() {
+  const auto now = std::chrono::steady_clock::now();
+  std::chrono::milliseconds next(-1);
+  for (auto it = endDeadlines.begin(); it != endDeadlines.end();) {
+    const boost::shared_ptr<ZubModule> zub = findZub(it->first);
+    if (zub && !zub->ended && it->second <= now) {
+      LOG_BLANK_AT(*this) << "Killing " << it->first << ", which has not ended in time.";
+      sendSignalToZub(it->first, SIGKILL);
+    }
+    if (!zub || zub->ended || it->second <= now) {
+      it = endDeadlines.erase(it);
+      continue;
+    }
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(it->second - now);
+    if (next.count() < 0 || left < next) next = left;
+    ++it;
+  }
+  return next;
+}
+
+void CtrlModule::expectEnd(const std::set<std::string>& ids) {
+  const auto deadline = std::chrono::steady_clock::now() + kExitGrace;
+  for (const std::string& id : ids) endDeadlines.try_emplace(id, deadline);
+}
+
 void CtrlModule::waitForEvent(std::chrono::milliseconds limit) {
   flushUserOutput();
+  if (const auto overdue = killOverdueZubs(); overdue.count() >= 0)
+    limit = limit.count() < 0 ? overdue : std::min(limit, overdue);
   if (beforeWait) beforeWait();
   // A driver that supplies the events itself has nothing to watch for.
   const auto start = std::chrono::steady_clock::now();

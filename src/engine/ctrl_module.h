@@ -24,6 +24,8 @@ class CtrlModule {
   static constexpr unsigned int kUserOutputCapacity = 1000;
   static constexpr std::size_t kUserBatch = 256;
   static constexpr std::chrono::microseconds kSpinBeforeSleep{200};
+  // How long an engine that was asked to end may take before it is killed.
+  static constexpr std::chrono::seconds kExitGrace{2};
 
   // The user channel reads `userIn` and writes `userOut` (standard input and output in the
   // program; tests hand in pipes).
@@ -67,7 +69,8 @@ class CtrlModule {
   // The engine's output has ended and every line of it has been taken.
   bool hasEnded(const std::string& id) const;
   // Sleeps until a line, an end of output or a signal may be waiting, or `limit` passes
-  // (negative: no limit). Callers look at every source first.
+  // (negative: no limit). Callers look at every source first. Kills the engines whose time to
+  // end has passed first, and sleeps no longer than until the next one's passes (expectEnd).
   // Hands the user's text to the writer first. Before it sleeps it watches for kSpinBeforeSleep
   // when the process may use more than one CPU and the previous wait was that short: the answer
   // of an engine, or the next command of a client that sends a burst of them, then mostly comes
@@ -75,9 +78,16 @@ class CtrlModule {
   // sleeping CPU, in a virtual machine).
   void waitForEvent(std::chrono::milliseconds limit = std::chrono::milliseconds(-1));
 
+  // The engines have been asked to end and will be waited for by their output: one whose output
+  // has not ended within kExitGrace is killed with its process group by waitForEvent, which
+  // sleeps no longer than that, so that its output ends as a dead engine's does. Removal cancels
+  // it; a second call for an engine keeps the first deadline.
+  void expectEnd(const std::set<std::string>& ids);
+
   // Waits for the engine to end and forgets it. The caller asks the engine to exit first; one
-  // that has not ended within a grace period of 2 s, or when a signal breaks the wait, is killed
-  // with its process group. The wait for that death is bounded too, so removal always returns.
+  // that has not ended within kExitGrace, or when one of the user's signals comes during the
+  // wait, is killed with its process group. The wait for that death is bounded too, so removal
+  // always returns.
   void removeZub(std::string id);
   void removeZubs(const std::set<std::string>& ids);
 
@@ -127,6 +137,9 @@ class CtrlModule {
   // Starts the engine's threads and registers it under the next free id of `prefix`.
   void registerZub(const boost::shared_ptr<ZubModule>& zub, const std::string& prefix,
                    std::string& id);
+  // Kills the engines whose time to end (expectEnd) has passed; the time until the next one's
+  // passes, or -1 when none is waited for.
+  std::chrono::milliseconds killOverdueZubs();
   // Logs, once, the lines the channel dropped for their length.
   void reportDroppedLines(IOModule& channel, const std::string& from);
 
@@ -137,6 +150,7 @@ class CtrlModule {
   SharedBuffer<std::string> userOutput{kUserOutputCapacity};
   IOModule userIO;
   std::map<std::string, boost::shared_ptr<ZubModule>> zubs;
+  std::map<std::string, std::chrono::steady_clock::time_point> endDeadlines;  // see expectEnd
   std::chrono::microseconds spinBeforeSleep{0};
   bool spinWorks = false;  // the last wait ended within spinBeforeSleep
 };

@@ -21,9 +21,11 @@
 // @prompt, @noprompt (no "(gdb)" after this answer), @sleep MS, @after MS STEP (STEP later, while
 // input is still served), @cancel (drop what @after scheduled), @exit STATUS (KILL: killed by its
 // pid), @flood N TEXT (N copies of the line), @text TEXT (a line that begins with "@"), @ifopen
-// PATH STEP (STEP only while one of our descriptors is open on PATH). Every answer ends with
-// "(gdb)" unless it says @noprompt or exits. A line no key answers gets "$TOKEN^done", but
-// "-gdb-exit" is answered "$TOKEN^exit" and ends the engine; so does EOF without a key.
+// PATH STEP (STEP only while one of our descriptors is open on PATH), @deaf (see below). Every
+// answer ends with "(gdb)" unless it says @noprompt or exits. A line no key answers gets
+// "$TOKEN^done", but "-gdb-exit" is answered "$TOKEN^exit" and ends the engine; so does EOF
+// without a key. After @deaf neither does anything, and SIGINT, SIGTERM, SIGQUIT and SIGHUP are
+// ignored.
 
 #include <fcntl.h>
 #include <poll.h>
@@ -61,6 +63,7 @@ struct Key {
 int recordFd = -1;
 int sigintPipe[2] = {-1, -1};
 std::string pidText;
+bool deaf = false;
 Answer banner;
 std::vector<Key> keys;
 // Steps by due time, with the token of their line; equal due times keep the order of scheduling.
@@ -172,6 +175,9 @@ bool runStep(const std::string& step, const std::string& token) {
     writeAll(1, chunk);
   } else if (word == "@text") {
     writeAll(1, rest + "\n");
+  } else if (word == "@deaf") {
+    deaf = true;
+    for (int sig : {SIGHUP, SIGINT, SIGQUIT, SIGTERM}) signal(sig, SIG_IGN);
   } else if (word == "@ifopen") {
     return !holds(count) || runStep(tail, token);
   } else {
@@ -208,6 +214,7 @@ void handleLine(const std::string& line) {
   if (const Answer* steps = answerFor(line, word)) {
     answer(*steps, token);
   } else if (word == "-gdb-exit") {
+    if (deaf) return;
     writeAll(1, token + "^exit\n");
     _exit(0);
   } else {
@@ -242,8 +249,8 @@ void handleLine(const std::string& line) {
     const ssize_t n = read(0, bytes, sizeof bytes);
     if (n == 0) {
       const Answer* steps = answerFor("EOF", "EOF");
-      if (!steps) _exit(0);
-      answer(*steps, "");
+      if (!steps && !deaf) _exit(0);
+      if (steps) answer(*steps, "");
       input = -1;  // poll skips it
     }
     if (n < 0) continue;

@@ -1,12 +1,15 @@
 // card-server ADDR PORT COMMAND [ARG...]
 //
 // The simulated card's debug server: listens on ADDR:PORT (TCP) and serves every connection with
-// a COMMAND of its own (`gdbserver --multi stdio`), whose standard input and output are the
+// a COMMAND of its own (`gdbserver --multi --once stdio`), whose standard input and output are the
 // connection, so that several card engines are served at once, as a real card serves them.
-// Prints "Listening on ADDR:PORT" once it listens. On SIGTERM or SIGHUP, or when its parent ends,
-// it kills every COMMAND it started that is still running (by pid), reaps them and exits 0. Each
-// COMMAND leads a process group of its own: gdbserver signals process groups to interrupt
-// programs, and a stray one must not reach this server or the shell that started it.
+// Prints "Listening on ADDR:PORT" once it listens. A COMMAND ends with its connection: once the
+// peer has closed it, the COMMAND has kCloseGrace to end by itself, and is then killed with its
+// process group (a gdbserver --multi whose connection is gone would otherwise try to reopen stdio
+// for ever, at full speed, complaining into this server's log). On SIGTERM or SIGHUP, or when its
+// parent ends, it kills every COMMAND it started that is still running (by pid), reaps them and
+// exits 0. Each COMMAND leads a process group of its own: gdbserver signals process groups to
+// interrupt programs, and a stray one must not reach this server or the shell that started it.
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <poll.h>
@@ -17,23 +20,51 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <set>
+#include <map>
+#include <optional>
+#include <vector>
 
 namespace {
+
+using Clock = std::chrono::steady_clock;
+constexpr auto kCloseGrace = std::chrono::milliseconds(250);
 
 volatile sig_atomic_t stopSignal = 0;
 
 void requestStop(int sig) { stopSignal = sig; }
+void noteChildEnd(int) {}
+
+// A running COMMAND: our copy of its connection, watched for the peer's close.
+struct Served {
+  int connection;
+  std::optional<Clock::time_point> closedAt;
+};
 
 // Reaps the commands that ended; `block` waits for every one left.
-void reap(std::set<pid_t>& children, bool block) {
+void reap(std::map<pid_t, Served>& children, bool block) {
   for (pid_t pid; !children.empty() && (pid = waitpid(-1, nullptr, block ? 0 : WNOHANG)) != 0;) {
     if (pid < 0 && errno == EINTR) continue;
     if (pid < 0) return children.clear();
-    children.erase(pid);
+    if (auto it = children.find(pid); it != children.end()) {
+      close(it->second.connection);
+      children.erase(it);
+    }
   }
+}
+
+// Notes the connections whose peer closed, and kills the commands whose grace since has passed.
+void endClosed(std::map<pid_t, Served>& children, const std::vector<pollfd>& watched) {
+  const auto now = Clock::now();
+  for (const pollfd& fd : watched) {
+    if (fd.revents == 0) continue;
+    for (auto& [pid, served] : children)
+      if (served.connection == fd.fd && !served.closedAt) served.closedAt = now;
+  }
+  for (auto& [pid, served] : children)
+    if (served.closedAt && now - *served.closedAt >= kCloseGrace) kill(-pid, SIGKILL);
 }
 
 int listenOn(const char* address, const char* port) {
@@ -75,7 +106,11 @@ int main(int argc, char** argv) {
   struct sigaction stop {};
   stop.sa_handler = requestStop;  // no SA_RESTART: poll() returns at once
   for (int sig : {SIGTERM, SIGHUP}) sigaction(sig, &stop, nullptr);
-  signal(SIGCHLD, SIG_DFL);  // an inherited SIG_IGN would reap the commands behind our back
+  // A command's end breaks our poll, so that our copy of its connection closes with it and the
+  // peer sees the close at once. (An inherited SIG_IGN would reap the commands behind our back.)
+  struct sigaction childEnd {};
+  childEnd.sa_handler = noteChildEnd;
+  sigaction(SIGCHLD, &childEnd, nullptr);
   prctl(PR_SET_PDEATHSIG, SIGTERM);
   const int listener = listenOn(argv[1], argv[2]);
   if (listener < 0) {
@@ -84,20 +119,28 @@ int main(int argc, char** argv) {
   }
   std::printf("Listening on %s:%s\n", argv[1], argv[2]);
   std::fflush(stdout);
-  std::set<pid_t> children;
+  std::map<pid_t, Served> children;
   while (!stopSignal) {
-    pollfd ready{listener, POLLIN, 0};
-    const int n = poll(&ready, 1, 200);
+    // The listener first; then the connections still open. Only their close is asked for: the
+    // data on them is the commands' to read.
+    std::vector<pollfd> ready{{listener, POLLIN, 0}};
+    for (const auto& [pid, served] : children)
+      if (!served.closedAt) ready.push_back({served.connection, POLLRDHUP, 0});
+    const int n = poll(ready.data(), ready.size(), 200);
     reap(children, false);
-    if (n <= 0) continue;
+    if (n < 0) continue;
+    endClosed(children, std::vector<pollfd>(ready.begin() + 1, ready.end()));
+    if (!(ready[0].revents & POLLIN)) continue;
     const int connection = accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
     if (connection < 0) continue;
     const pid_t pid = serve(connection, argv + 3);
-    if (pid > 0) children.insert(pid);
-    close(connection);
+    if (pid > 0)
+      children[pid] = Served{connection, std::nullopt};
+    else
+      close(connection);
   }
   std::fprintf(stderr, "card-server: stopping on signal %d\n", static_cast<int>(stopSignal));
-  for (pid_t pid : children) kill(pid, SIGKILL);
+  for (const auto& [pid, served] : children) kill(pid, SIGKILL);
   reap(children, true);
   return 0;
 }

@@ -55,6 +55,7 @@
 #include <poll.h>
 #include <signal.h>
 #include <stdlib.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <termios.h>
 #include <unistd.h>
@@ -231,9 +232,14 @@ bool Adapter::startGdb() {
   std::vector<char*> argv{const_cast<char*>("gdb")};
   for (std::string& arg : options.gdbArgs) argv.push_back(arg.data());
   argv.push_back(nullptr);
+  const pid_t self = getpid();
   gdbPid = fork();
   if (gdbPid < 0) return false;
   if (gdbPid == 0) {
+    // gdb dies with us, as we die with wem: a gdb busy with its program would not see the end of
+    // its input for a long time. Our death before the call shows in the parent's pid.
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (getppid() != self) _exit(127);
     // gdb stays in this process group, so that a SIGINT to the group reaches it.
     signal(SIGINT, SIG_DFL);
     signal(SIGPIPE, SIG_DFL);

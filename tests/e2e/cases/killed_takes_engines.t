@@ -1,4 +1,4 @@
-# Killing the program ends its engines too, even one that ignores the end of its input.
-host: on EOF @noprompt
+# Killing the program ends its engines too, even one deaf to "-gdb-exit", signals and end of input.
+host: banner @deaf
 ! SIGKILL
 exit -1
