@@ -57,6 +57,8 @@ bool RemoveInferiorCmd::launchCmd(MiSession& session) {
     return true;
   }
   sendToGroup(session, zubId, "-gdb-exit\n");
+  // An engine deaf to the exit is ended after the grace period, so the removal always answers.
+  if (!pendingZubIds.empty()) session.ctrl.expectEnd({zubId});
   return true;
 }
 
