@@ -2,11 +2,11 @@
 //
 // The input is lines. ">TEXT" is a line the user types; "N TEXT" (N a digit from 1 to 9, then a
 // blank) is a line of output of the N-th engine the session started ("1" is the host engine "i1");
-// any other line is output of the first engine. The driver hands out one line each time the
-// session is about to sleep, where the session sees it at once, so a run is the same every time.
-// When the input is used up every engine's output ends, which the session takes as the engines'
-// deaths; a command that still runs after that has hung, and the run aborts.
-// WEM_FUZZ_TRACE=1 shows the session's log of each input on standard error.
+// any other line is output of the first engine; "N <EOF>" ends the N-th engine's output there. The
+// driver hands out one line each time the session is about to sleep, where the session sees it at
+// once, so a run is the same every time. When the input is used up every engine's output ends,
+// which the session takes as the engines' deaths; a command that still runs after that has hung,
+// and the run aborts. WEM_FUZZ_TRACE=1 shows the session's log of each input on standard error.
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/wait.h>
@@ -196,6 +196,16 @@ class SessionDriver {
   // through the pipe would cost a thread switch a line and gain nothing here.
   bool giveEngineLine(size_t index, const std::string& text) {
     if (index >= engines.size() || engines[index].fd < 0) return false;
+    if (text == "<EOF>") {  // the engine dies here, before the next line comes
+      close(engines[index].fd);
+      engines[index].fd = -1;
+      waitUntil([&] {
+        const boost::shared_ptr<ZubModule> zub = engines[index].zub.lock();
+        return !zub || zub->ended;
+      });
+      mainWakeup.notify();
+      return true;
+    }
     const boost::shared_ptr<ZubModule> zub = engines[index].zub.lock();
     if (!zub || zub->ended || zub->zubOutput.size() >= ZubModule::kQueueCapacity) return false;
     zub->zubOutput.put(text + "\n");
