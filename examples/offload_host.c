@@ -5,8 +5,10 @@
  * attaches to the card-side process at that call stops at card-side breakpoints. The card-side
  * process ends by itself; the host waits for it.
  *
- * Usage: offload_host [COUNT [WORK]]   offloads COUNT times (default 1), one card-side process
- * each; WORK is the size of the card-side work (default: 3 more than the offload's number). */
+ * Usage: offload_host [COUNT [WORK [together]]]   offloads COUNT times (default 1), one card-side
+ * process each; WORK is the size of the card-side work (default: 3 more than the offload's
+ * number). With "together" all COUNT card-side processes are started and announced first, then
+ * all work at once, so that several are alive together. */
 #include <stdio.h>
 #include <stdlib.h>
 #include <sys/wait.h>
@@ -49,19 +51,27 @@ static pid_t start_card(int round, int ready[2], int go[2]) {
   return pid;
 }
 
-static int offload(int round) {
+/* Starts the card-side program of `round` and announces it at the offload symbol; 0 on failure.
+ * It works once a byte is written to *go_fd. */
+static pid_t offload(int round, int* go_fd) {
   int ready[2], go[2];
   const pid_t pid = start_card(round, ready, go);
-  if (pid < 0) return 1;
+  if (pid < 0) return 0;
   char byte = 0;
   /* The card-side program is loaded (past its exec) once it says so. */
-  if (read(ready[0], &byte, 1) != 1) return 1;
+  if (read(ready[0], &byte, 1) != 1) return 0;
+  close(ready[0]);
   __zub_target_id = 0;
   __zub_target_so_pid = (int)pid;
   __zub_target_so_loaded();
-  if (write(go[1], "g", 1) != 1) return 1;
-  close(ready[0]);
-  close(go[1]);
+  *go_fd = go[1];
+  return pid;
+}
+
+/* Lets the card-side process work and waits for its end; its exit status. */
+static int finish(int round, pid_t pid, int go_fd) {
+  if (write(go_fd, "g", 1) != 1) return 1;
+  close(go_fd);
   int status = 0;
   if (waitpid(pid, &status, 0) != pid) return 1;
   printf("host: offload %d ended with status %d\n", round,
@@ -72,7 +82,16 @@ static int offload(int round) {
 int main(int argc, char** argv) {
   const int count = argc > 1 ? atoi(argv[1]) : 1;
   work = argc > 2 ? atoi(argv[2]) : 0;
-  for (int round = 0; round < count; round++)
-    if (offload(round) != 0) return 1;
+  const int together = argc > 3;
+  pid_t pids[64];
+  int go[64];
+  if (together && (count < 1 || count > 64)) return 2;
+  for (int round = 0; round < count; round++) {
+    const int slot = together ? round : 0;
+    if ((pids[slot] = offload(round, &go[slot])) == 0) return 1;
+    if (!together && finish(round, pids[0], go[0]) != 0) return 1;
+  }
+  for (int round = 0; together && round < count; round++)
+    if (finish(round, pids[round], go[round]) != 0) return 1;
   return 0;
 }

@@ -180,7 +180,6 @@ bool ExecCmd::handleMiStopped(MiSession& session, const std::string& zubId,
     LOG_AT(session.ctrl) << zubId << " is not supposed to be running.";
     return true;
   }
-  if (firstStoppedZubId.empty()) firstStoppedZubId = zubId;
   // A stop whose record cannot be read still counts; its reason stays "unknown".
   MiMap& record = stopRecords.insert_or_assign(zubId, MiMap(true)).first->second;
   record.setString("reason", "unknown");
@@ -190,8 +189,14 @@ bool ExecCmd::handleMiStopped(MiSession& session, const std::string& zubId,
       parsed->replaceThreadIds(session.threadIdTable, zubId))
     record = *parsed->toMiMap();
   if (gdbCompatible()) session.toUserBkpNumber(zubId, record);
-  // A card-side process that ended by itself does not stop the host program.
-  return advance(session, !isCardProcessExit(zubId, record));
+  // A card-side process that ended by itself does not stop the host program, and its stop is
+  // the one the user reads only when nothing else stopped the run.
+  const bool cardExit = isCardProcessExit(zubId, record);
+  if (firstStoppedZubId.empty() || (firstStopIsCardExit && !cardExit)) {
+    firstStoppedZubId = zubId;
+    firstStopIsCardExit = cardExit;
+  }
+  return advance(session, !cardExit);
 }
 
 bool ExecCmd::interruptCmd(MiSession& session) { return advance(session, true); }
@@ -205,8 +210,11 @@ void ExecCmd::forgetEngine(MiSession& session, const std::string& zubId) {
   const bool waited = runningZubIds.erase(zubId) != 0 || wasPending;
   stopRecords.erase(zubId);
   errorResults.erase(zubId);
-  if (firstStoppedZubId == zubId)
+  if (firstStoppedZubId == zubId) {
     firstStoppedZubId = stopRecords.empty() ? "" : stopRecords.begin()->first;
+    firstStopIsCardExit =
+        !stopRecords.empty() && isCardProcessExit(firstStoppedZubId, stopRecords.begin()->second);
+  }
   if (waited) advance(session, true);
 }
 
@@ -307,6 +315,12 @@ bool ExecCmd::allStopped(MiSession& session) {
                             (started ? "offload-start" : "offload-end") + "\"\n");
     return true;
   }
+  // An offload event that came with another engine's own stop (a breakpoint in a second card
+  // process, say) does not resume the run: that stop is the user's.
+  if (!firstStopIsCardExit && !offloads.contains(firstStoppedZubId)) {
+    state = State::kFinished;
+    return reportFinalStop(session);
+  }
   state = State::kSent;
   return resume(session);
 }
@@ -336,6 +350,7 @@ bool ExecCmd::resume(MiSession& session) {
   threadId.clear();
   threadGroupId.clear();
   firstStoppedZubId.clear();
+  firstStopIsCardExit = false;
   stopRecords.clear();
   errorResults.clear();
   interruptedZubIds.clear();

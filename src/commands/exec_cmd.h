@@ -50,9 +50,11 @@ class ExecCmd : public MiCmd {
 
   enum class State { kSent, kRunning, kStopping, kFollowingOffload, kFinished };
   State state = State::kSent;
-  // The engine whose stop record the final "*stopped" reports: the first one that stopped, or
-  // "i1" when the host program exited.
+  // The engine whose stop record the final "*stopped" reports: the first one that stopped (a
+  // card-side process's own end only while nothing else stopped), or "i1" when the host program
+  // exited.
   std::string firstStoppedZubId;
+  bool firstStopIsCardExit = false;
   std::set<std::string> pendingZubIds;              // sent to, no result record yet
   std::set<std::string> runningZubIds;              // answered "^running", no "*stopped" yet
   std::map<std::string, std::string> errorResults;  // whole "^error" line per engine

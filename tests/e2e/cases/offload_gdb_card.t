@@ -16,7 +16,7 @@ args: --interpreter=mi $BUILD/bin/offload_host
 > 1-break-insert -f card_work
 < &"Function \"card_work\" not defined.\n"
 <~+ 1\^done,bkpt=\{number="1",.*pending="card_work".*
->~ 2-break-insert offload_host.c:61 => 2\^done,bkpt=\{number="2",.*line="61".*
+>~ 2-break-insert offload_host.c:66 => 2\^done,bkpt=\{number="2",.*line="66".*
 >+ 3-exec-args 2 => 3^done
 > 4-exec-run
 <... 4\*stopped,reason="breakpoint-hit",.*func="offload",.*thread-id="1".*
