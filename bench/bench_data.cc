@@ -65,6 +65,7 @@ void overPipes(benchmark::State& state, bool throughWem, const std::string& prog
 }
 
 bool drainUser(CtrlModule& ctrl, const std::string& prefix) {
+  ctrl.flushUserOutput();  // what the commands sent is gathered until then
   bool found = false;
   for (std::string piece; ctrl.tryTakeUserOutput(piece);)
     found = found || piece.starts_with(prefix);
