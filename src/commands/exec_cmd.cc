@@ -192,11 +192,13 @@ bool ExecCmd::handleMiStopped(MiSession& session, const std::string& zubId,
   // A card-side process that ended by itself does not stop the host program, and its stop is
   // the one the user reads only when nothing else stopped the run.
   const bool cardExit = isCardProcessExit(zubId, record);
-  if (firstStoppedZubId.empty() || (firstStopIsCardExit && !cardExit)) {
-    firstStoppedZubId = zubId;
-    firstStopIsCardExit = cardExit;
-  }
+  if (firstStoppedZubId.empty() || (firstStopIsCardExit() && !cardExit)) firstStoppedZubId = zubId;
   return advance(session, !cardExit);
+}
+
+bool ExecCmd::firstStopIsCardExit() const {
+  auto first = stopRecords.find(firstStoppedZubId);
+  return first != stopRecords.end() && isCardProcessExit(first->first, first->second);
 }
 
 bool ExecCmd::interruptCmd(MiSession& session) { return advance(session, true); }
@@ -210,11 +212,8 @@ void ExecCmd::forgetEngine(MiSession& session, const std::string& zubId) {
   const bool waited = runningZubIds.erase(zubId) != 0 || wasPending;
   stopRecords.erase(zubId);
   errorResults.erase(zubId);
-  if (firstStoppedZubId == zubId) {
+  if (firstStoppedZubId == zubId)
     firstStoppedZubId = stopRecords.empty() ? "" : stopRecords.begin()->first;
-    firstStopIsCardExit =
-        !stopRecords.empty() && isCardProcessExit(firstStoppedZubId, stopRecords.begin()->second);
-  }
   if (waited) advance(session, true);
 }
 
@@ -317,7 +316,7 @@ bool ExecCmd::allStopped(MiSession& session) {
   }
   // An offload event that came with another engine's own stop (a breakpoint in a second card
   // process, say) does not resume the run: that stop is the user's.
-  if (!firstStopIsCardExit && !offloads.contains(firstStoppedZubId)) {
+  if (!firstStopIsCardExit() && !offloads.contains(firstStoppedZubId)) {
     state = State::kFinished;
     return reportFinalStop(session);
   }
@@ -350,7 +349,6 @@ bool ExecCmd::resume(MiSession& session) {
   threadId.clear();
   threadGroupId.clear();
   firstStoppedZubId.clear();
-  firstStopIsCardExit = false;
   stopRecords.clear();
   errorResults.clear();
   interruptedZubIds.clear();

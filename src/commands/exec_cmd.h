@@ -54,7 +54,6 @@ class ExecCmd : public MiCmd {
   // card-side process's own end only while nothing else stopped), or "i1" when the host program
   // exited.
   std::string firstStoppedZubId;
-  bool firstStopIsCardExit = false;
   std::set<std::string> pendingZubIds;              // sent to, no result record yet
   std::set<std::string> runningZubIds;              // answered "^running", no "*stopped" yet
   std::map<std::string, std::string> errorResults;  // whole "^error" line per engine
@@ -76,6 +75,8 @@ class ExecCmd : public MiCmd {
   // The engine no longer counts for this command (it ended, or gave up the run): the others are
   // interrupted as after a first stop, and the combined stop is theirs.
   void forgetEngine(MiSession& session, const std::string& zubId);
+  // The first stop is a card-side process's own end, which stopped nothing else.
+  bool firstStopIsCardExit() const;
   // Every engine has stopped: the offloads seen in the stops are followed, then the command
   // ends with the combined stop, the engines' error or a synthetic offload stop, or resumes.
   bool allStopped(MiSession& session);

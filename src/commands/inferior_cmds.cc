@@ -2,11 +2,8 @@
 
 #include <signal.h>
 
-#include <optional>
-
 #include "base/compat.h"
 #include "base/log.h"
-#include "base/silencer.h"
 #include "commands/errors.h"
 #include "engine/ctrl_module.h"
 #include "match/cmd_matchers.h"
@@ -17,14 +14,8 @@
 bool AddInferiorCmd::launchCmd(MiSession& session) {
   const char* argv[] = {"placeholder", "-i=mi", nullptr};
   std::string zubId;
-  bool spawned = false;
-  {
-    // gdb's notice of the group has no prompt after it: in that mode the answer below says it.
-    std::optional<Silencer> quiet;
-    if (gdbCompatible()) quiet.emplace(session.ctrl.muted);
-    spawned = session.spawnZub(argv, "i", zubId);
-  }
-  if (!spawned) {
+  // gdb's notice of the group has no prompt after it: in that mode the answer below says it.
+  if (!session.spawnZub(argv, "i", zubId, !gdbCompatible())) {
     reportInternalError(session.ctrl, cmdId());
     return true;
   }
@@ -36,7 +27,6 @@ bool AddInferiorCmd::launchCmd(MiSession& session) {
 // gdb sets every breakpoint in every inferior, so the new engine gets them all; its answer is
 // gdb's, byte for byte.
 void AddInferiorCmd::answerAsGdb(MiSession& session, const std::string& zubId) {
-  session.ctrl.sendToUser("=thread-group-added,id=\"" + zubId + "\"\n");
   session.copyBreakpoints();
   const std::string number = zubId.substr(1);  // group "i2" is gdb's inferior 2
   session.miConsole("[New inferior " + number + "]\n");

@@ -97,7 +97,8 @@ class MiSession {
   // Starts an engine: argv[0] is a placeholder that is overwritten in place with the executable
   // (ZUBC_HOST, or ZUBC_VEK when the arguments hold "rconnect"). Host engines ("i" prefix) are
   // announced to the user with a prompt; card engines ("vek") are not.
-  bool spawnZub(const char** argv, const std::string& prefix, std::string& id);
+  // The notice of a host group goes without its prompt when `prompt` is false.
+  bool spawnZub(const char** argv, const std::string& prefix, std::string& id, bool prompt = true);
   // Forgets the group and reaps the engine, which the caller has already made exit. Host groups
   // are announced as removed; currentZubId moves to the smallest remaining engine.
   bool removeZub(std::string id);

@@ -7,7 +7,8 @@
 #include "match/output_matchers.h"
 #include "session/mi_session.h"
 
-bool MiSession::spawnZub(const char** argv, const std::string& prefix, std::string& id) {
+bool MiSession::spawnZub(const char** argv, const std::string& prefix, std::string& id,
+                         bool prompt) {
   static const EnvVar hostEngine("ZUBC_HOST", "");
   static const EnvVar cardEngine("ZUBC_VEK", "");
   if (argv[0] == nullptr) {
@@ -46,7 +47,7 @@ bool MiSession::spawnZub(const char** argv, const std::string& prefix, std::stri
   // Card engines are announced, if at all, by the attach that started them.
   if (prefix != kCardEnginePrefix) {
     ctrl.sendToUser("=thread-group-added,id=\"" + id + "\"\n");
-    sendPrompt(ctrl);
+    if (prompt) sendPrompt(ctrl);
   }
   return true;
 }
